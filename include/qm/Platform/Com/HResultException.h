@@ -1,0 +1,24 @@
+// The exception that carries an HRESULT out of helpers that cannot return one: string
+// allocations (E_OUTOFMEMORY), conversions of bad input (E_INVALIDARG). It is not
+// translated at interface boundaries.
+#pragma once
+
+#include "qm/Platform/Com/HResult.h"
+
+#include <exception>
+
+namespace qm
+{
+class HResultException : public std::exception
+{
+public:
+    explicit HResultException(HRESULT result) noexcept : m_result(result) {}
+    HRESULT Result() const noexcept { return m_result; }
+    const char* what() const noexcept override;
+
+private:
+    HRESULT m_result;
+};
+
+[[noreturn]] void ThrowHResult(HRESULT result);
+} // namespace qm
