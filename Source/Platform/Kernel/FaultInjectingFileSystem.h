@@ -1,0 +1,110 @@
+// A file system for tests: it passes calls to another one, and fails the calls a test
+// chooses with the error it chooses, so that every error path can be reached without
+// root or special mounts. It also counts calls and can report chosen devices.
+#pragma once
+
+#include "Platform/Kernel/FileSystem.h"
+
+#include <map>
+#include <mutex>
+
+namespace qm
+{
+class FaultInjectingFileSystem final : public IFileSystem
+{
+public:
+    enum class Operation
+    {
+        Exists,
+        GetAttributes,
+        IsReadOnlyVolume,
+        IsFolderWritable,
+        SetReadOnly,
+        DeleteFile,
+        Rename,
+        RenameReplacing,
+        HardLink,
+        CopyFile,
+        SetPermissions,
+        CreateFolders,
+        RemoveEmptyFolder,
+        MountTop,
+        CreateExclusive,
+        ReadWholeFile,
+        ListFolder,
+        OpenRead,
+        OpenExclusiveWrite,
+        Read,
+        Write,
+        Seek,
+        Size,
+        Fsync,
+        FsyncFolder,
+        Close,
+        Device,
+    };
+
+    explicit FaultInjectingFileSystem(IFileSystem& inner);
+
+    // The next `count` calls of operation (-1: every call) fail with errno `error`, only
+    // where the call's path contains pathPart, if that is given.
+    void Fail(Operation operation, int error, int count = 1, wstring pathPart = {});
+    // Device reports `device` for paths that begin with prefix.
+    void SetDevice(wstring prefix, std::uint64_t device);
+    // How many calls of the operation came here, failed or not.
+    int Calls(Operation operation) const;
+
+    HRESULT Exists(wstring_view path) override;
+    HRESULT GetAttributes(wstring_view path, FileAttributes& attributes, bool ofLinkItself) override;
+    HRESULT IsReadOnlyVolume(wstring_view path) override;
+    HRESULT IsFolderWritable(wstring_view folder) override;
+    HRESULT SetReadOnly(wstring_view path, bool readOnly) override;
+    HRESULT DeleteFile(wstring_view path) override;
+    HRESULT Rename(wstring_view from, wstring_view to) override;
+    HRESULT RenameReplacing(wstring_view from, wstring_view to) override;
+    HRESULT HardLink(wstring_view from, wstring_view to) override;
+    HRESULT CopyFile(wstring_view from, wstring_view to) override;
+    HRESULT SetPermissions(wstring_view path, std::uint32_t mode) override;
+    HRESULT CreateFolders(wstring_view path) override;
+    HRESULT RemoveEmptyFolder(wstring_view path) override;
+    HRESULT MountTop(wstring_view path, wstring& top) override;
+    HRESULT CreateExclusive(wstring_view path) override;
+    HRESULT ReadWholeFile(wstring_view path, std::vector<std::uint8_t>& bytes) override;
+    HRESULT ListFolder(wstring_view path, std::vector<FolderEntry>& entries) override;
+    HRESULT OpenRead(wstring_view path, FileHandle& file) override;
+    HRESULT OpenExclusiveWrite(wstring_view path, FileHandle& file) override;
+    HRESULT Read(FileHandle& file, void* buffer, std::size_t size, std::size_t& done) override;
+    HRESULT Write(FileHandle& file, const void* data, std::size_t size) override;
+    HRESULT Seek(FileHandle& file, std::int64_t offset, int origin, std::uint64_t& position) override;
+    HRESULT Size(FileHandle& file, std::uint64_t& size) override;
+    HRESULT Fsync(FileHandle& file) override;
+    HRESULT FsyncFolder(wstring_view folder) override;
+    HRESULT Close(FileHandle& file) override;
+    HRESULT Device(wstring_view path, std::uint64_t& device) override;
+
+private:
+    struct Fault
+    {
+        Operation operation;
+        int error;
+        int remaining;
+        wstring pathPart;
+    };
+
+    // Counts the call; true (with the failure in hr) when a fault applies to it.
+    bool Inject(Operation operation, wstring_view path, HRESULT& hr);
+    // The injected failure, or what the forwarded call gives.
+    template <class Forward>
+    HRESULT Call(Operation operation, wstring_view path, Forward&& forward)
+    {
+        HRESULT hr;
+        return Inject(operation, path, hr) ? hr : forward();
+    }
+
+    IFileSystem& m_inner;
+    mutable std::mutex m_lock;
+    std::vector<Fault> m_faults;
+    std::map<Operation, int> m_calls;
+    std::vector<std::pair<wstring, std::uint64_t>> m_devices;
+};
+} // namespace qm
