@@ -1,0 +1,61 @@
+#include "Platform/Xml/XmlCharacterData.h"
+
+namespace qm::xml
+{
+XmlText* XmlText::Create(XmlDocument* owner, DOMNodeType type, wstring value)
+{
+    return new XmlText(type, owner, std::move(value));
+}
+
+wstring_view XmlText::NodeName() const noexcept
+{
+    return Type() == NODE_CDATA_SECTION ? u"#cdata-section" : u"#text";
+}
+
+void* XmlText::QueryTyped(REFIID riid) noexcept
+{
+    if (riid == IID_IXMLDOMCharacterData || riid == IID_IXMLDOMText)
+        return static_cast<IXMLDOMText*>(this);
+    if (riid == IID_IXMLDOMCDATASection && Type() == NODE_CDATA_SECTION)
+        return static_cast<IXMLDOMCDATASection*>(this);
+    return nullptr;
+}
+
+XmlNodeCore* XmlText::CloneSelf(XmlDocument* owner) const { return Create(owner, Type(), Value()); }
+
+XmlComment* XmlComment::Create(XmlDocument* owner, wstring value)
+{
+    return new XmlComment(NODE_COMMENT, owner, std::move(value));
+}
+
+void* XmlComment::QueryTyped(REFIID riid) noexcept
+{
+    if (riid == IID_IXMLDOMCharacterData || riid == IID_IXMLDOMComment)
+        return static_cast<IXMLDOMComment*>(this);
+    return nullptr;
+}
+
+XmlNodeCore* XmlComment::CloneSelf(XmlDocument* owner) const { return Create(owner, Value()); }
+
+XmlProcessingInstruction::XmlProcessingInstruction(XmlDocument* owner, wstring target, wstring data) noexcept
+    : XmlNode(NODE_PROCESSING_INSTRUCTION, owner), m_target(std::move(target)), m_value(std::move(data))
+{
+}
+
+XmlProcessingInstruction* XmlProcessingInstruction::Create(XmlDocument* owner, wstring target, wstring data)
+{
+    return new XmlProcessingInstruction(owner, std::move(target), std::move(data));
+}
+
+HRESULT XmlProcessingInstruction::get_target(BSTR* target) { return get_nodeName(target); }
+
+void* XmlProcessingInstruction::QueryTyped(REFIID riid) noexcept
+{
+    return riid == IID_IXMLDOMProcessingInstruction ? static_cast<IXMLDOMProcessingInstruction*>(this) : nullptr;
+}
+
+XmlNodeCore* XmlProcessingInstruction::CloneSelf(XmlDocument* owner) const
+{
+    return Create(owner, m_target, m_value);
+}
+} // namespace qm::xml

@@ -1,0 +1,82 @@
+#include "Platform/Xml/XmlChars.h"
+
+#include "qm/Platform/Text/Utf8Conversion.h"
+
+namespace qm::xml
+{
+namespace
+{
+bool IsNameStartChar(char32_t c) noexcept
+{
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_' || c == u':' ||
+           (c >= 0xC0 && c <= 0xD6) || (c >= 0xD8 && c <= 0xF6) || (c >= 0xF8 && c <= 0x2FF) ||
+           (c >= 0x370 && c <= 0x37D) || (c >= 0x37F && c <= 0x1FFF) || (c >= 0x200C && c <= 0x200D) ||
+           (c >= 0x2070 && c <= 0x218F) || (c >= 0x2C00 && c <= 0x2FEF) || (c >= 0x3001 && c <= 0xD7FF) ||
+           (c >= 0xF900 && c <= 0xFDCF) || (c >= 0xFDF0 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0xEFFFF);
+}
+
+bool IsNameChar(char32_t c) noexcept
+{
+    return IsNameStartChar(c) || c == u'-' || c == u'.' || (c >= u'0' && c <= u'9') || c == 0xB7 ||
+           (c >= 0x300 && c <= 0x36F) || (c >= 0x203F && c <= 0x2040);
+}
+
+// The code point at text[i], advancing i; 0xFFFFFFFF for an unpaired surrogate.
+char32_t NextCodePoint(wstring_view text, std::size_t& i) noexcept
+{
+    char16_t c = text[i++];
+    if (c >= 0xD800 && c <= 0xDBFF)
+    {
+        if (i < text.size() && text[i] >= 0xDC00 && text[i] <= 0xDFFF)
+            return 0x10000 + ((static_cast<char32_t>(c) - 0xD800) << 10) + (text[i++] - 0xDC00);
+        return 0xFFFFFFFF;
+    }
+    if (c >= 0xDC00 && c <= 0xDFFF)
+        return 0xFFFFFFFF;
+    return c;
+}
+} // namespace
+
+bool IsValidText(wstring_view text) noexcept
+{
+    for (char16_t c : text)
+    {
+        if (c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r')
+            return false;
+        if (c == 0xFFFE || c == 0xFFFF)
+            return false;
+    }
+    return IsValidUtf16(text);
+}
+
+bool IsValidName(wstring_view name) noexcept
+{
+    if (name.empty())
+        return false;
+    std::size_t i = 0;
+    if (!IsNameStartChar(NextCodePoint(name, i)))
+        return false;
+    while (i < name.size())
+        if (!IsNameChar(NextCodePoint(name, i)))
+            return false;
+    return true;
+}
+
+bool IsValidComment(wstring_view text) noexcept
+{
+    return IsValidText(text) && text.find(u"--") == wstring_view::npos && (text.empty() || text.back() != u'-');
+}
+
+bool IsValidProcessingInstruction(wstring_view target, wstring_view data) noexcept
+{
+    if (!IsValidName(target) || !IsValidText(data) || data.find(u"?>") != wstring_view::npos)
+        return false;
+    if (target.size() == 3)
+    {
+        auto lower = [](char16_t c) { return static_cast<char16_t>(c >= u'A' && c <= u'Z' ? c + 32 : c); };
+        if (lower(target[0]) == u'x' && lower(target[1]) == u'm' && lower(target[2]) == u'l')
+            return false;
+    }
+    return true;
+}
+} // namespace qm::xml

@@ -1,0 +1,19 @@
+// What XML 1.0 can carry: the characters of text and the form of names. Every operation
+// that stores a name or a value checks it here, so that no document is ever written
+// that cannot be read back.
+#pragma once
+
+#include "qm/Platform/Types.h"
+
+namespace qm::xml
+{
+// Text of any node or attribute: no C0 controls other than TAB, LF and CR, no U+FFFE or
+// U+FFFF, no unpaired surrogate.
+bool IsValidText(wstring_view text) noexcept;
+// An XML Name (element, attribute or processing-instruction target), prefixes allowed.
+bool IsValidName(wstring_view name) noexcept;
+// Comments may not hold "--" nor end with "-".
+bool IsValidComment(wstring_view text) noexcept;
+// A processing instruction's data may not hold "?>"; its target is a name other than "xml".
+bool IsValidProcessingInstruction(wstring_view target, wstring_view data) noexcept;
+} // namespace qm::xml

@@ -1,0 +1,504 @@
+#include "Platform/Xml/XmlDocument.h"
+
+#include "Platform/Kernel/FileSystem.h"
+#include "Platform/Xml/XmlAttribute.h"
+#include "Platform/Xml/XmlCharacterData.h"
+#include "Platform/Xml/XmlChars.h"
+#include "Platform/Xml/XmlElement.h"
+#include "Platform/Xml/XmlParseError.h"
+#include "Platform/Xml/XmlParser.h"
+#include "Platform/Xml/XmlWriter.h"
+
+#include "qm/Platform/Com/Stream.h"
+#include "qm/Platform/Text/Utf8Conversion.h"
+
+#include <new>
+#include <vector>
+
+namespace qm::xml
+{
+namespace
+{
+constexpr ULONG kIoChunk = 64 * 1024;
+
+// Hands a new node to an out-parameter of its interface type, with one reference.
+template <class Interface>
+HRESULT HandOut(Interface* node, Interface** result)
+{
+    node->AddRef();
+    *result = node;
+    return S_OK;
+}
+
+HRESULT PutFlag(bool& flag, VARIANT_BOOL value)
+{
+    flag = value != VARIANT_FALSE;
+    return S_OK;
+}
+
+HRESULT GetFlag(bool flag, VARIANT_BOOL* value)
+{
+    if (value == nullptr)
+        return E_POINTER;
+    *value = flag ? VARIANT_TRUE : VARIANT_FALSE;
+    return S_OK;
+}
+
+// The stream in a variant: anything that answers IStream or ISequentialStream.
+ComPtr<ISequentialStream> StreamOf(const VARIANT& source)
+{
+    if ((source.vt != VT_UNKNOWN && source.vt != VT_DISPATCH) || source.punkVal == nullptr)
+        return nullptr;
+    if (ComPtr<IStream> stream = QueryTo<IStream>(source.punkVal))
+        return stream;
+    return QueryTo<ISequentialStream>(source.punkVal);
+}
+
+HRESULT WriteAll(ISequentialStream* stream, const std::string& bytes)
+{
+    std::size_t done = 0;
+    while (done < bytes.size())
+    {
+        const ULONG piece = static_cast<ULONG>(std::min<std::size_t>(bytes.size() - done, kIoChunk));
+        ULONG written = 0;
+        HRESULT hr = stream->Write(bytes.data() + done, piece, &written);
+        if (FAILED(hr))
+            return hr;
+        if (written == 0)
+            return STG_E_MEDIUMFULL;
+        done += written;
+    }
+    return S_OK;
+}
+} // namespace
+
+XmlDocument::XmlDocument() noexcept : XmlNode(NODE_DOCUMENT, this) {}
+
+XmlDocument::~XmlDocument() = default;
+
+HRESULT XmlDocument::Create(XmlDocument** document)
+{
+    if (document == nullptr)
+        return E_POINTER;
+    *document = new (std::nothrow) XmlDocument();
+    if (*document == nullptr)
+        return E_OUTOFMEMORY;
+    (*document)->Hold();
+    return S_OK;
+}
+
+XmlName XmlDocument::Intern(wstring_view name)
+{
+    auto [entry, inserted] = m_names.try_emplace(wstring(name));
+    if (inserted)
+        entry->second = std::make_shared<const wstring>(name);
+    return entry->second;
+}
+
+XmlDocument* XmlDocument::CloneEmpty() const
+{
+    auto* copy = new XmlDocument();
+    copy->m_async = m_async;
+    copy->m_validateOnParse = m_validateOnParse;
+    copy->m_resolveExternals = m_resolveExternals;
+    copy->m_preserveWhiteSpace = m_preserveWhiteSpace;
+    copy->m_selectionNamespaces = m_selectionNamespaces;
+    return copy;
+}
+
+XmlNodeCore* XmlDocument::CloneSelf(XmlDocument*) const { return CloneEmpty(); }
+
+void* XmlDocument::QueryTyped(REFIID riid) noexcept
+{
+    if (riid == IID_IXMLDOMDocument || riid == IID_IXMLDOMDocument2)
+        return static_cast<IXMLDOMDocument2*>(this);
+    return nullptr;
+}
+
+HRESULT XmlDocument::get_documentElement(IXMLDOMElement** root)
+{
+    if (root == nullptr)
+        return E_POINTER;
+    *root = nullptr;
+    for (XmlNodeCore* node = FirstChild(); node; node = node->NextSibling())
+        if (node->Type() == NODE_ELEMENT)
+            return HandOut<IXMLDOMElement>(static_cast<XmlElement*>(node), root);
+    return S_FALSE;
+}
+
+HRESULT XmlDocument::putref_documentElement(IXMLDOMElement* root)
+{
+    ComPtr<IXMLDOMElement> current;
+    HRESULT hr = get_documentElement(current.GetAddressOf());
+    if (FAILED(hr))
+        return hr;
+    if (root == nullptr)
+        return current ? removeChild(current.Get(), nullptr) : S_OK;
+    XmlNodeCore* node = CoreOf(root);
+    if (node == nullptr || node->Type() != NODE_ELEMENT)
+        return E_INVALIDARG;
+    if (current)
+        return replaceChild(root, current.Get(), nullptr);
+    return appendChild(root, nullptr);
+}
+
+HRESULT XmlDocument::createElement(BSTR tagName, IXMLDOMElement** element)
+{
+    if (element == nullptr)
+        return E_POINTER;
+    *element = nullptr;
+    wstring_view name = qm::BstrView(tagName);
+    if (!IsValidName(name))
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<IXMLDOMElement>(XmlElement::Create(this, Intern(name)), element);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::createTextNode(BSTR data, IXMLDOMText** text)
+{
+    if (text == nullptr)
+        return E_POINTER;
+    *text = nullptr;
+    wstring_view value = qm::BstrView(data);
+    if (!IsValidText(value))
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<IXMLDOMText>(XmlText::Create(this, NODE_TEXT, wstring(value)), text);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::createComment(BSTR data, IXMLDOMComment** comment)
+{
+    if (comment == nullptr)
+        return E_POINTER;
+    *comment = nullptr;
+    wstring_view value = qm::BstrView(data);
+    if (!IsValidComment(value))
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<IXMLDOMComment>(XmlComment::Create(this, wstring(value)), comment);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::createCDATASection(BSTR data, IXMLDOMCDATASection** cdata)
+{
+    if (cdata == nullptr)
+        return E_POINTER;
+    *cdata = nullptr;
+    wstring_view value = qm::BstrView(data);
+    if (!IsValidText(value))
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<IXMLDOMCDATASection>(XmlText::Create(this, NODE_CDATA_SECTION, wstring(value)), cdata);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** pi)
+{
+    if (pi == nullptr)
+        return E_POINTER;
+    *pi = nullptr;
+    wstring_view name = qm::BstrView(target);
+    wstring_view value = qm::BstrView(data);
+    if (!IsValidProcessingInstruction(name, value))
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<IXMLDOMProcessingInstruction>(
+            XmlProcessingInstruction::Create(this, wstring(name), wstring(value)), pi);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::createAttribute(BSTR name, IXMLDOMAttribute** attribute)
+{
+    if (attribute == nullptr)
+        return E_POINTER;
+    *attribute = nullptr;
+    wstring_view text = qm::BstrView(name);
+    if (!IsValidName(text))
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<IXMLDOMAttribute>(XmlAttribute::Create(this, Intern(text), wstring()), attribute);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::createNode(VARIANT type, BSTR name, BSTR namespaceURI, IXMLDOMNode** node)
+{
+    if (node == nullptr)
+        return E_POINTER;
+    *node = nullptr;
+    if (!qm::BstrView(namespaceURI).empty())
+        return E_INVALIDARG;
+    CComVariant kind;
+    if (FAILED(VariantChangeType(&kind, &type, 0, VT_I4)))
+        return E_INVALIDARG;
+    CComBSTR empty(u"");
+    switch (kind.lVal)
+    {
+    case NODE_ELEMENT:
+        return createElement(name, reinterpret_cast<IXMLDOMElement**>(node));
+    case NODE_ATTRIBUTE:
+        return createAttribute(name, reinterpret_cast<IXMLDOMAttribute**>(node));
+    case NODE_TEXT:
+        return createTextNode(empty, reinterpret_cast<IXMLDOMText**>(node));
+    case NODE_CDATA_SECTION:
+        return createCDATASection(empty, reinterpret_cast<IXMLDOMCDATASection**>(node));
+    case NODE_COMMENT:
+        return createComment(empty, reinterpret_cast<IXMLDOMComment**>(node));
+    case NODE_PROCESSING_INSTRUCTION:
+        return createProcessingInstruction(name, empty, reinterpret_cast<IXMLDOMProcessingInstruction**>(node));
+    default:
+        return E_INVALIDARG;
+    }
+}
+
+template <class Reader>
+HRESULT XmlDocument::Parse(Reader&& read, const char* encoding, VARIANT_BOOL* isSuccessful)
+{
+    if (isSuccessful)
+        *isSuccessful = VARIANT_FALSE;
+    try
+    {
+        if (!m_parseError)
+        {
+            HRESULT hr = XmlParseError::Create(m_parseError.ReleaseAndGetAddressOf());
+            if (FAILED(hr))
+                return hr;
+        }
+        XmlParser parser(*this, m_preserveWhiteSpace, encoding);
+        HRESULT hr = read(parser);
+        if (FAILED(hr))
+            return hr;
+        if (hr == S_FALSE)
+        {
+            // A document that does not parse leaves this one empty.
+            RemoveAllChildren();
+            m_parseError->Set(parser.Error());
+            return S_FALSE;
+        }
+        parser.Commit();
+        m_parseError->Set(XmlParseErrorInfo{});
+        if (isSuccessful)
+            *isSuccessful = VARIANT_TRUE;
+        return S_OK;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::load(VARIANT source, VARIANT_BOOL* isSuccessful)
+{
+    if (source.vt == VT_BSTR)
+    {
+        std::vector<std::uint8_t> bytes;
+        HRESULT hr = qm::FileSystem().ReadWholeFile(qm::BstrView(source.bstrVal), bytes);
+        if (FAILED(hr))
+        {
+            if (isSuccessful)
+                *isSuccessful = VARIANT_FALSE;
+            return hr;
+        }
+        return Parse(
+            [&](XmlParser& parser) {
+                return parser.Feed(reinterpret_cast<const char*>(bytes.data()), bytes.size(), true) ? S_OK : S_FALSE;
+            },
+            nullptr, isSuccessful);
+    }
+    ComPtr<ISequentialStream> stream = StreamOf(source);
+    if (!stream)
+    {
+        if (isSuccessful)
+            *isSuccessful = VARIANT_FALSE;
+        return E_INVALIDARG;
+    }
+    return Parse(
+        [&](XmlParser& parser) -> HRESULT {
+            std::vector<char> buffer(kIoChunk);
+            for (;;)
+            {
+                ULONG got = 0;
+                HRESULT hr = stream->Read(buffer.data(), kIoChunk, &got);
+                if (FAILED(hr))
+                    return hr;
+                if (!parser.Feed(buffer.data(), got, got == 0))
+                    return S_FALSE;
+                if (got == 0)
+                    return S_OK;
+            }
+        },
+        nullptr, isSuccessful);
+}
+
+HRESULT XmlDocument::loadXML(BSTR xml, VARIANT_BOOL* isSuccessful)
+{
+    std::string text;
+    const bool valid = SUCCEEDED(qm::ToUtf8(qm::BstrView(xml), text));
+    // The text is converted already: its own encoding declaration is overridden.
+    return Parse(
+        [&](XmlParser& parser) {
+            if (!valid)
+            {
+                parser.Refuse(u"The text holds an unpaired surrogate.");
+                return S_FALSE;
+            }
+            return parser.Feed(text.data(), text.size(), true) ? S_OK : S_FALSE;
+        },
+        "UTF-8", isSuccessful);
+}
+
+HRESULT XmlDocument::SaveTo(ISequentialStream* stream) const
+{
+    try
+    {
+        return WriteAll(stream, XmlWriter::ToUtf8(*this));
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::SaveTo(wstring_view path) const
+{
+    try
+    {
+        const std::string bytes = XmlWriter::ToUtf8(*this);
+        IFileSystem& fileSystem = qm::FileSystem();
+        FileHandle file;
+        HRESULT hr = fileSystem.OpenExclusiveWrite(path, file);
+        if (SUCCEEDED(hr))
+            hr = fileSystem.Write(file, bytes.data(), bytes.size());
+        HRESULT closed = fileSystem.Close(file);
+        return FAILED(hr) ? hr : closed;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT XmlDocument::save(VARIANT destination)
+{
+    if (destination.vt == VT_BSTR)
+        return SaveTo(qm::BstrView(destination.bstrVal));
+    ComPtr<ISequentialStream> stream = StreamOf(destination);
+    if (!stream)
+        return E_INVALIDARG;
+    return SaveTo(stream.Get());
+}
+
+HRESULT XmlDocument::get_parseError(IXMLDOMParseError** error)
+{
+    if (error == nullptr)
+        return E_POINTER;
+    *error = nullptr;
+    if (!m_parseError)
+    {
+        HRESULT hr = XmlParseError::Create(m_parseError.ReleaseAndGetAddressOf());
+        if (FAILED(hr))
+            return hr;
+    }
+    *error = m_parseError.Get();
+    (*error)->AddRef();
+    return S_OK;
+}
+
+HRESULT XmlDocument::get_async(VARIANT_BOOL* value) { return GetFlag(m_async, value); }
+// Loading is always synchronous; the flag is kept for callers that read it back.
+HRESULT XmlDocument::put_async(VARIANT_BOOL value) { return PutFlag(m_async, value); }
+HRESULT XmlDocument::get_validateOnParse(VARIANT_BOOL* value) { return GetFlag(m_validateOnParse, value); }
+// No document with a DTD is accepted, so there is nothing to validate against.
+HRESULT XmlDocument::put_validateOnParse(VARIANT_BOOL value) { return PutFlag(m_validateOnParse, value); }
+HRESULT XmlDocument::get_resolveExternals(VARIANT_BOOL* value) { return GetFlag(m_resolveExternals, value); }
+// Nothing external is ever read.
+HRESULT XmlDocument::put_resolveExternals(VARIANT_BOOL value) { return PutFlag(m_resolveExternals, value); }
+HRESULT XmlDocument::get_preserveWhiteSpace(VARIANT_BOOL* value) { return GetFlag(m_preserveWhiteSpace, value); }
+HRESULT XmlDocument::put_preserveWhiteSpace(VARIANT_BOOL value) { return PutFlag(m_preserveWhiteSpace, value); }
+
+HRESULT XmlDocument::setProperty(BSTR name, VARIANT value)
+{
+    wstring_view property = qm::BstrView(name);
+    if (value.vt != VT_BSTR)
+        return E_INVALIDARG;
+    wstring_view text = qm::BstrView(value.bstrVal);
+    if (property == u"SelectionNamespaces")
+    {
+        m_selectionNamespaces = wstring(text);
+        return S_OK;
+    }
+    if (property == u"SelectionLanguage")
+        return text == u"XPath" ? S_OK : E_INVALIDARG;
+    return E_INVALIDARG;
+}
+
+HRESULT XmlDocument::getProperty(BSTR name, VARIANT* value)
+{
+    if (value == nullptr)
+        return E_POINTER;
+    VariantInit(value);
+    wstring_view property = qm::BstrView(name);
+    wstring_view text;
+    if (property == u"SelectionNamespaces")
+        text = m_selectionNamespaces;
+    else if (property == u"SelectionLanguage")
+        text = u"XPath";
+    else
+        return E_INVALIDARG;
+    value->bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    if (value->bstrVal == nullptr)
+        return E_OUTOFMEMORY;
+    value->vt = VT_BSTR;
+    return S_OK;
+}
+
+HRESULT CreateXmlDocumentCore(IXMLDOMDocument2** document)
+{
+    XmlDocument* created = nullptr;
+    HRESULT hr = XmlDocument::Create(&created);
+    *document = created;
+    return hr;
+}
+} // namespace qm::xml
+
+HRESULT CreateXmlDocument(REFCLSID clsid, IXMLDOMDocument2** document)
+{
+    if (document == nullptr)
+        return E_POINTER;
+    *document = nullptr;
+    // Nodes are not locked: the free-threaded class is not offered.
+    if (clsid != CLSID_DOMDocument60)
+        return CLASS_E_CLASSNOTAVAILABLE;
+    return qm::xml::CreateXmlDocumentCore(document);
+}

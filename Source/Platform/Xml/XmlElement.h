@@ -1,0 +1,62 @@
+// An element: its name and its attributes in document order. Attribute values live in
+// the element until someone asks for an attribute node; from then on the node holds the
+// value, so that the node and the element always agree.
+#pragma once
+
+#include "Platform/Xml/XmlNode.h"
+
+#include <vector>
+
+namespace qm::xml
+{
+class XmlAttribute;
+
+class XmlElement final : public XmlNode<IXMLDOMElement>
+{
+public:
+    struct Attribute
+    {
+        XmlName name;
+        wstring value;
+        XmlAttribute* node = nullptr;
+
+        const wstring& Value() const noexcept;
+    };
+
+    // A new parentless element with a count of zero; the name is not checked.
+    static XmlElement* Create(XmlDocument* owner, XmlName name);
+
+    const wstring& Name() const noexcept { return *m_name; }
+    const std::vector<Attribute>& Attributes() const noexcept { return m_attributes; }
+    // The value of an attribute, or null when it is missing.
+    const wstring* FindAttribute(wstring_view name) const noexcept;
+    // For the parser: appends an attribute without checks.
+    void AppendAttribute(XmlName name, wstring value) { m_attributes.push_back({std::move(name), std::move(value)}); }
+    // Sets or adds an attribute; E_INVALIDARG for a bad name or a value XML cannot carry.
+    HRESULT SetAttributeText(wstring_view name, wstring value);
+    // The node of attribute `index`, made on first request and the same object after.
+    XmlAttribute* AttributeNode(std::size_t index);
+
+    // IXMLDOMElement
+    HRESULT get_tagName(BSTR* name) override;
+    HRESULT getAttribute(BSTR name, VARIANT* value) override;
+    HRESULT setAttribute(BSTR name, VARIANT value) override;
+    HRESULT removeAttribute(BSTR name) override;
+    HRESULT getAttributeNode(BSTR name, IXMLDOMAttribute** attribute) override;
+
+    wstring_view NodeName() const noexcept override { return *m_name; }
+    void* QueryTyped(REFIID riid) noexcept override;
+
+private:
+    XmlElement(XmlDocument* owner, XmlName name) noexcept;
+
+    std::vector<Attribute>::iterator Find(wstring_view name) noexcept;
+    XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
+    void DestroyAttached() noexcept override;
+    void DetachAttribute(XmlNodeCore* attribute) noexcept override;
+    void OnOwnerChanged(XmlDocument* owner) noexcept override;
+
+    XmlName m_name;
+    std::vector<Attribute> m_attributes;
+};
+} // namespace qm::xml

@@ -1,0 +1,82 @@
+// Builds DOM nodes from XML bytes with expat. The document is refused when it has a
+// DTD (no entity is ever expanded, nothing external is read) or nests elements deeper
+// than kMaxDepth, and nothing here recurses, so no input can exhaust the stack.
+#pragma once
+
+#include "Platform/Xml/XmlNodeCore.h"
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+struct XML_ParserStruct;
+
+namespace qm::xml
+{
+struct XmlParseErrorInfo
+{
+    LONG code = 0;
+    wstring reason;
+    LONG line = 0;
+    LONG column = 0;
+    LONG position = 0;
+};
+
+class XmlParser
+{
+public:
+    static constexpr int kMaxDepth = 256;
+
+    // encoding: null to detect it (byte order mark, declaration, else UTF-8), or a
+    // name that overrides the declaration ("UTF-8" for text converted beforehand).
+    XmlParser(XmlDocument& document, bool preserveWhiteSpace, const char* encoding);
+    ~XmlParser();
+    XmlParser(const XmlParser&) = delete;
+    XmlParser& operator=(const XmlParser&) = delete;
+
+    // Parses the next bytes; false once the input is known to be malformed.
+    bool Feed(const char* data, std::size_t size, bool isFinal);
+    // After a successful final Feed: the document's children become the parsed nodes.
+    void Commit();
+    const XmlParseErrorInfo& Error() const noexcept { return m_error; }
+    // Refuses input that cannot be handed to the parser at all.
+    void Refuse(const char16_t* reason);
+
+private:
+    static void OnStartElement(void* self, const char* name, const char** attributes);
+    static void OnEndElement(void* self, const char* name);
+    static void OnCharacterData(void* self, const char* text, int length);
+    static void OnStartCdata(void* self);
+    static void OnEndCdata(void* self);
+    static void OnComment(void* self, const char* text);
+    static void OnProcessingInstruction(void* self, const char* target, const char* data);
+    static void OnStartDoctype(void* self, const char* name, const char* systemId, const char* publicId,
+                               int hasInternalSubset);
+
+    template <class Body>
+    static void Guarded(void* self, Body&& body);
+    void CharacterData(std::string_view text);
+    void StartElement(const char* name, const char** attributes);
+    void EndElement();
+    void Append(XmlNodeCore* node);
+    void FlushText();
+    const XmlName& Name(const char* utf8);
+    wstring Text(std::string_view utf8);
+    // Stops the parse with an error of this parser's own.
+    void Fail(LONG code, const char16_t* reason);
+    void RecordExpatError();
+
+    XML_ParserStruct* m_parser;
+    XmlDocument& m_document;
+    bool m_preserveWhiteSpace;
+    XmlNodeCore* m_current = nullptr;
+    std::vector<XmlNodeCore*> m_topLevel;
+    std::string m_text;
+    bool m_inCdata = false;
+    bool m_textIsContent = false;
+    int m_depth = 0;
+    std::unordered_map<std::string, XmlName> m_names;
+    XmlParseErrorInfo m_error;
+    bool m_failed = false;
+};
+} // namespace qm::xml
