@@ -1,1 +1,0 @@
-// Removed as soon as the folder has code of its own.

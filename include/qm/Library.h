@@ -1,0 +1,23 @@
+// Everything a host compiles against.
+#pragma once
+
+#include "qm/LibrarySettings.h"
+#include "qm/Logging.h"
+#include "qm/Module.h"
+#include "qm/Platform/Com/Bstr.h"
+#include "qm/Platform/Com/ComPtr.h"
+#include "qm/Platform/Com/CoTaskMem.h"
+#include "qm/Platform/Com/Dispatch.h"
+#include "qm/Platform/Com/Guid.h"
+#include "qm/Platform/Com/HResult.h"
+#include "qm/Platform/Com/HResultException.h"
+#include "qm/Platform/Com/ObjectRoot.h"
+#include "qm/Platform/Com/PropVariant.h"
+#include "qm/Platform/Com/Stream.h"
+#include "qm/Platform/Com/Unknown.h"
+#include "qm/Platform/Com/Variant.h"
+#include "qm/Platform/Kernel/FileTime.h"
+#include "qm/Platform/Kernel/Time.h"
+#include "qm/Platform/Text/Utf8Conversion.h"
+#include "qm/Platform/Types.h"
+#include "qm/Platform/Xml/XmlDom.h"
