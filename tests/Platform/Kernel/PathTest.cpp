@@ -1,0 +1,98 @@
+#include "Platform/Kernel/Path.h"
+
+#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Platform/Kernel/LinuxFileSystem.h"
+
+#include <gtest/gtest.h>
+
+TEST(Path, RelativeAndAbsolute)
+{
+    EXPECT_FALSE(PathIsRelativeW(u"/media/clip.mp4"));
+    EXPECT_TRUE(PathIsRelativeW(u"clips/a.mp4"));
+    EXPECT_TRUE(PathIsRelativeW(u"./a.mp4"));
+    EXPECT_TRUE(PathIsRelativeW(u"../a.mp4"));
+    EXPECT_FALSE(PathIsRelativeW(u"D:\\clips\\a.mp4"));
+    EXPECT_FALSE(PathIsRelativeW(u"\\\\server\\share\\a.mp4"));
+    EXPECT_TRUE(PathIsRelativeW(u""));
+}
+
+TEST(Path, CombineFoldsDotsAndNeverClimbsAboveRoot)
+{
+    EXPECT_EQ(u"/a/b/c.mp4", PathCombineW(u"/a/b", u"c.mp4"));
+    EXPECT_EQ(u"/a/c.mp4", PathCombineW(u"/a/b/", u"../c.mp4"));
+    EXPECT_EQ(u"/a/b/c.mp4", PathCombineW(u"/a/b", u"./c.mp4"));
+    EXPECT_EQ(u"/c.mp4", PathCombineW(u"/a", u"../../../c.mp4"));
+    EXPECT_EQ(u"/x/y", PathCombineW(u"/a", u"/x/./z/../y"));
+    EXPECT_EQ(u"/a/sub/c.mp4", PathCombineW(u"/a", u"sub\\c.mp4"));
+    EXPECT_EQ(u"D:\\clips\\a.mp4", PathCombineW(u"/a", u"D:\\clips\\a.mp4"));
+    EXPECT_EQ(u"../b", PathCombineW(u"a", u"../../b"));
+    std::u16string path = u"/a";
+    EXPECT_TRUE(PathAppendW(path, u"b/../c"));
+    EXPECT_EQ(u"/a/c", path);
+}
+
+TEST(Path, RemoveFileSpecAndNameParts)
+{
+    std::u16string path = u"/a/b/c.mp4";
+    EXPECT_TRUE(PathRemoveFileSpecW(path));
+    EXPECT_EQ(u"/a/b", path);
+    path = u"/a";
+    EXPECT_TRUE(PathRemoveFileSpecW(path));
+    EXPECT_EQ(u"/", path);
+    EXPECT_FALSE(PathRemoveFileSpecW(path));
+    path = u"name";
+    EXPECT_TRUE(PathRemoveFileSpecW(path));
+    EXPECT_EQ(u"", path);
+
+    EXPECT_EQ(u"c.tar.gz", PathFindFileNameW(u"/a/b/c.tar.gz"));
+    EXPECT_EQ(u"c.mp4", PathFindFileNameW(u"D:\\clips\\c.mp4"));
+    EXPECT_EQ(u".gz", PathFindExtensionW(u"/a/b/c.tar.gz"));
+    EXPECT_EQ(u"", PathFindExtensionW(u"/a.dir/noext"));
+    path = u"/a/clip.mp4";
+    PathRemoveExtensionW(path);
+    EXPECT_EQ(u"/a/clip", path);
+    EXPECT_TRUE(PathAddExtensionW(path, u".quilclip"));
+    EXPECT_FALSE(PathAddExtensionW(path, u".x"));
+    EXPECT_TRUE(PathRenameExtensionW(path, u".backup"));
+    EXPECT_EQ(u"/a/clip.backup", path);
+    path = u"\"/a b/c\"";
+    EXPECT_TRUE(PathUnquoteSpacesW(path));
+    EXPECT_EQ(u"/a b/c", path);
+    EXPECT_FALSE(PathUnquoteSpacesW(path));
+}
+
+TEST(Path, RelativePaths)
+{
+    std::u16string relative;
+    ASSERT_TRUE(PathRelativePathToW(relative, u"/lib/clips/game.quilclip", false, u"/lib/clips/audio/a.wav", false));
+    EXPECT_EQ(u"./audio/a.wav", relative);
+    ASSERT_TRUE(PathRelativePathToW(relative, u"/lib/clips", true, u"/lib/other/a.mp4", false));
+    EXPECT_EQ(u"../other/a.mp4", relative);
+    ASSERT_TRUE(PathRelativePathToW(relative, u"/lib/a/b/x.mp4", false, u"/c.mp4", false));
+    EXPECT_EQ(u"../../../c.mp4", relative);
+    ASSERT_TRUE(PathRelativePathToW(relative, u"/lib/x/../clips/", true, u"/lib/clips/a.mp4", false));
+    EXPECT_EQ(u"./a.mp4", relative);
+    EXPECT_FALSE(PathRelativePathToW(relative, u"lib", true, u"/x", false));
+    // Read back from a file, the relative path leads to the same place.
+    EXPECT_EQ(u"/lib/other/a.mp4", PathCombineW(u"/lib/clips", qm::PathFromFile(u"..\\other\\a.mp4")));
+}
+
+TEST(Path, PrefixUrlAndSameRoot)
+{
+    EXPECT_TRUE(PathIsPrefixW(u"/a/b", u"/a/b/c"));
+    EXPECT_TRUE(PathIsPrefixW(u"/a/b/", u"/a/b"));
+    EXPECT_FALSE(PathIsPrefixW(u"/a/b", u"/a/bc"));
+    EXPECT_FALSE(PathIsPrefixW(u"a", u"/a"));
+    EXPECT_TRUE(PathIsURLW(u"file:///a/b"));
+    EXPECT_TRUE(PathIsURLW(u"https://example.org/x"));
+    EXPECT_FALSE(PathIsURLW(u"D:\\x"));
+    EXPECT_FALSE(PathIsURLW(u"/a:b"));
+
+    qm::FaultInjectingFileSystem fileSystem(qm::LinuxFileSystem::Instance());
+    qm::ScopedFileSystem scope(fileSystem);
+    fileSystem.SetDevice(u"/mnt/one", 1);
+    fileSystem.SetDevice(u"/mnt/one/nested", 2);
+    fileSystem.SetDevice(u"/mnt/two", 1);
+    EXPECT_TRUE(PathIsSameRootW(u"/mnt/one/a.mp4", u"/mnt/two/b.mp4"));
+    EXPECT_FALSE(PathIsSameRootW(u"/mnt/one/a.mp4", u"/mnt/one/nested/b.mp4"));
+}
