@@ -80,7 +80,7 @@ TEST(XPathQuery, SelectedListStaysValidWhileItsNodesAreRemoved)
     EXPECT_EQ(u"<Categories/>", XmlOf(Select(document.Get(), u"//Categories").Get()));
     ComPtr<IXMLDOMNode> item;
     ASSERT_EQ(S_OK, list->get_item(1, item.GetAddressOf()));
-    EXPECT_EQ(S_FALSE, list->get_item(2, item.GetAddressOf()));
+    EXPECT_EQ(S_FALSE, list->get_item(2, item.ReleaseAndGetAddressOf()));
     EXPECT_EQ(nullptr, item.Get());
 }
 
