@@ -38,6 +38,7 @@ public:
 protected:
     FileHandleStream(FileHandle file, DWORD mode) noexcept;
     virtual ~FileHandleStream();
+    FileHandle& File() noexcept { return m_file; }
 
 private:
     FileHandle m_file;
