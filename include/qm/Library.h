@@ -21,3 +21,5 @@
 #include "qm/Platform/Text/Utf8Conversion.h"
 #include "qm/Platform/Types.h"
 #include "qm/Platform/Xml/XmlDom.h"
+#include "qm/PersistXML.h"
+#include "qm/Runtime/Streams.h"

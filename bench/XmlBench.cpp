@@ -1,0 +1,182 @@
+// Parsing and writing with our DOM, beside pugixml and libxml2 building their trees from
+// the same bytes in the same run. The figures that count are the ratios printed at the
+// end: our time over pugixml's and over libxml2's.
+#include "BenchDocuments.h"
+
+#include "Platform/Xml/XmlDocument.h"
+#include "Platform/Xml/XmlParser.h"
+#include "Platform/Xml/XmlWriter.h"
+
+#include <benchmark/benchmark.h>
+#include <libxml/parser.h>
+#include <pugixml.hpp>
+
+#include <cstdio>
+#include <map>
+#include <string>
+
+namespace
+{
+const std::string& Document(int markers)
+{
+    static std::map<int, std::string> documents;
+    auto [entry, inserted] = documents.try_emplace(markers);
+    if (inserted)
+        entry->second = qmbench::Sidecar(markers);
+    return entry->second;
+}
+
+ComPtr<qm::xml::XmlDocument> NewDocument()
+{
+    ComPtr<qm::xml::XmlDocument> document;
+    qm::xml::XmlDocument::Create(document.GetAddressOf());
+    return document;
+}
+
+void Ours_Parse(benchmark::State& state)
+{
+    const std::string& xml = Document(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+    {
+        ComPtr<qm::xml::XmlDocument> document = NewDocument();
+        qm::xml::XmlParser parser(*document.Get(), false, nullptr);
+        if (!parser.Feed(xml.data(), xml.size(), true))
+            state.SkipWithError("parse failed");
+        parser.Commit();
+        benchmark::DoNotOptimize(document.Get());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * xml.size()));
+}
+
+void Pugixml_Parse(benchmark::State& state)
+{
+    const std::string& xml = Document(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+    {
+        pugi::xml_document document;
+        if (!document.load_buffer(xml.data(), xml.size()))
+            state.SkipWithError("parse failed");
+        benchmark::DoNotOptimize(document.first_child());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * xml.size()));
+}
+
+void Libxml2_Parse(benchmark::State& state)
+{
+    const std::string& xml = Document(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+    {
+        xmlDocPtr document = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "bench.xml", nullptr, 0);
+        if (document == nullptr)
+            state.SkipWithError("parse failed");
+        xmlFreeDoc(document);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * xml.size()));
+}
+
+void Ours_Serialize(benchmark::State& state)
+{
+    const std::string& xml = Document(static_cast<int>(state.range(0)));
+    ComPtr<qm::xml::XmlDocument> document = NewDocument();
+    qm::xml::XmlParser parser(*document.Get(), false, nullptr);
+    parser.Feed(xml.data(), xml.size(), true);
+    parser.Commit();
+    for (auto _ : state)
+    {
+        std::string out = qm::xml::XmlWriter::ToUtf8(*document.Get());
+        benchmark::DoNotOptimize(out.data());
+    }
+}
+
+struct StringWriter : pugi::xml_writer
+{
+    std::string out;
+    void write(const void* data, size_t size) override { out.append(static_cast<const char*>(data), size); }
+};
+
+void Pugixml_Serialize(benchmark::State& state)
+{
+    const std::string& xml = Document(static_cast<int>(state.range(0)));
+    pugi::xml_document document;
+    document.load_buffer(xml.data(), xml.size());
+    for (auto _ : state)
+    {
+        StringWriter writer;
+        document.save(writer, "", pugi::format_raw | pugi::format_no_declaration);
+        benchmark::DoNotOptimize(writer.out.data());
+    }
+}
+
+void Libxml2_Serialize(benchmark::State& state)
+{
+    const std::string& xml = Document(static_cast<int>(state.range(0)));
+    xmlDocPtr document = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), "bench.xml", nullptr, 0);
+    for (auto _ : state)
+    {
+        xmlChar* out = nullptr;
+        int size = 0;
+        xmlDocDumpMemory(document, &out, &size);
+        benchmark::DoNotOptimize(out);
+        xmlFree(out);
+    }
+    xmlFreeDoc(document);
+}
+
+// 3 markers: a sidecar of about 2 KB; 1800: a document of about 1 MB.
+constexpr int kSidecar = 3;
+constexpr int kLarge = 1800;
+
+BENCHMARK(Ours_Parse)->Arg(kSidecar)->Arg(kLarge);
+BENCHMARK(Pugixml_Parse)->Arg(kSidecar)->Arg(kLarge);
+BENCHMARK(Libxml2_Parse)->Arg(kSidecar)->Arg(kLarge);
+BENCHMARK(Ours_Serialize)->Arg(kSidecar)->Arg(kLarge);
+BENCHMARK(Pugixml_Serialize)->Arg(kSidecar)->Arg(kLarge);
+BENCHMARK(Libxml2_Serialize)->Arg(kSidecar)->Arg(kLarge);
+
+// Collects each run's time per iteration, to print the ratios at the end.
+class RatioReporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs)
+            if (!run.error_occurred)
+                m_times[run.benchmark_name()] = run.GetAdjustedRealTime();
+    }
+
+    void PrintRatios() const
+    {
+        std::printf("\nRatios (our time / other's time; below 1 is faster):\n");
+        for (const char* operation : {"Parse", "Serialize"})
+            for (int size : {kSidecar, kLarge})
+            {
+                const std::string suffix = std::string("_") + operation + "/" + std::to_string(size);
+                const double ours = Time("Ours" + suffix);
+                std::printf("  %-9s %-8s  ours/pugixml %.2f   ours/libxml2 %.2f\n", operation,
+                            size == kSidecar ? "2 KB" : "1 MB", ours / Time("Pugixml" + suffix),
+                            ours / Time("Libxml2" + suffix));
+            }
+    }
+
+private:
+    double Time(const std::string& name) const
+    {
+        auto found = m_times.find(name);
+        return found == m_times.end() ? 0.0 : found->second;
+    }
+
+    std::map<std::string, double> m_times;
+};
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    std::printf("Documents: sidecar %zu bytes, large %zu bytes\n", Document(kSidecar).size(), Document(kLarge).size());
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.PrintRatios();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,80 @@
+// A document as the sequence a reader sees: elements with their attributes, comments,
+// processing instructions, and each run of adjacent text and CDATA as one text. Two
+// documents that read the same give the same sequence, however their text is split.
+#pragma once
+
+#include "Platform/Xml/XmlCharacterData.h"
+#include "Platform/Xml/XmlElement.h"
+
+#include <string>
+#include <vector>
+
+namespace qmfuzz
+{
+inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root)
+{
+    using namespace qm::xml;
+    std::vector<std::u16string> events;
+    std::u16string text;
+    auto flushText = [&] {
+        if (!text.empty())
+            events.push_back(u"T" + text);
+        text.clear();
+    };
+    const XmlNodeCore* node = root.FirstChild();
+    while (node)
+    {
+        switch (node->Type())
+        {
+        case NODE_TEXT:
+        case NODE_CDATA_SECTION:
+            text += *node->ValuePtr();
+            break;
+        case NODE_ELEMENT: {
+            flushText();
+            const auto& element = static_cast<const XmlElement&>(*node);
+            std::u16string start = u"<" + element.Name();
+            for (const auto& attribute : element.Attributes())
+                start += u" " + *attribute.name + u"=" + attribute.Value() + u"\x1F";
+            events.push_back(start);
+            break;
+        }
+        case NODE_COMMENT:
+            flushText();
+            events.push_back(u"C" + *node->ValuePtr());
+            break;
+        case NODE_PROCESSING_INSTRUCTION:
+            flushText();
+            events.push_back(u"P" + std::u16string(node->NodeName()) + u" " + *node->ValuePtr());
+            break;
+        default:
+            break;
+        }
+        if (node->FirstChild())
+        {
+            node = node->FirstChild();
+            continue;
+        }
+        // Close every element that ends here.
+        while (node != &root && node->NextSibling() == nullptr)
+        {
+            if (node->Type() == NODE_ELEMENT)
+            {
+                flushText();
+                events.push_back(u">");
+            }
+            node = node->Parent();
+        }
+        if (node == &root)
+            break;
+        if (node->Type() == NODE_ELEMENT)
+        {
+            flushText();
+            events.push_back(u">");
+        }
+        node = node->NextSibling();
+    }
+    flushText();
+    return events;
+}
+} // namespace qmfuzz
