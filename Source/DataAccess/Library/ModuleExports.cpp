@@ -36,5 +36,9 @@ wstring ModulePath()
     return path;
 }
 
-wstring ModuleVersion() { return wstring(QM_LIBRARY_VERSION, QM_LIBRARY_VERSION + sizeof(QM_LIBRARY_VERSION) - 1); }
+wstring ModuleVersion()
+{
+    const std::string_view version = QM_LIBRARY_VERSION;
+    return wstring(version.begin(), version.end());
+}
 } // namespace qm

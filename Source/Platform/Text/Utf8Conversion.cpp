@@ -98,24 +98,38 @@ char32_t DecodeOne(std::string_view text, std::size_t& i)
 
 bool DecodeUtf8(std::string_view text, wstring& out)
 {
-    out.reserve(out.size() + text.size());
+    // UTF-16 never needs more code units than UTF-8 has bytes: write into room made once.
+    const std::size_t start = out.size();
+    out.resize(start + text.size());
+    char16_t* target = out.data() + start;
     std::size_t i = 0;
     while (i < text.size())
     {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x80)
+        {
+            *target++ = byte;
+            ++i;
+            continue;
+        }
         char32_t cp = DecodeOne(text, i);
         if (cp == kInvalid)
+        {
+            out.resize(start);
             return false;
+        }
         if (cp < 0x10000)
         {
-            out.push_back(static_cast<char16_t>(cp));
+            *target++ = static_cast<char16_t>(cp);
         }
         else
         {
             cp -= 0x10000;
-            out.push_back(static_cast<char16_t>(0xD800 + (cp >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + (cp & 0x3FF)));
+            *target++ = static_cast<char16_t>(0xD800 + (cp >> 10));
+            *target++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
         }
     }
+    out.resize(static_cast<std::size_t>(target - out.data()));
     return true;
 }
 } // namespace

@@ -30,6 +30,7 @@ public:
     const std::vector<Attribute>& Attributes() const noexcept { return m_attributes; }
     // The value of an attribute, or null when it is missing.
     const wstring* FindAttribute(wstring_view name) const noexcept;
+    void ReserveAttributes(std::size_t count) { m_attributes.reserve(count); }
     // For the parser: appends an attribute without checks.
     void AppendAttribute(XmlName name, wstring value) { m_attributes.push_back({std::move(name), std::move(value)}); }
     // Sets or adds an attribute; E_INVALIDARG for a bad name or a value XML cannot carry.

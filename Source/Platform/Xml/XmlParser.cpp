@@ -8,8 +8,10 @@
 
 #include <expat.h>
 
-#include <climits>
+#include <limits>
 #include <new>
+#include <random>
+#include <utility>
 
 namespace qm::xml
 {
@@ -31,14 +33,64 @@ bool IsBlank(std::string_view text)
     return true;
 }
 
-LONG Clamp(unsigned long long value) { return value > LONG_MAX ? LONG_MAX : static_cast<LONG>(value); }
+LONG Clamp(unsigned long long value)
+{
+    constexpr auto kMax = static_cast<unsigned long long>(std::numeric_limits<LONG>::max());
+    return static_cast<LONG>(value > kMax ? kMax : value);
+}
+
+// One expat parser kept per thread: making one costs more than a small document's parse.
+thread_local XML_Parser t_spareParser = nullptr;
+
+struct SpareParserRelease
+{
+    ~SpareParserRelease()
+    {
+        if (t_spareParser)
+            XML_ParserFree(t_spareParser);
+    }
+};
+thread_local SpareParserRelease t_spareParserRelease;
+
+// A random salt per thread keeps expat's hash tables safe from crafted names without
+// asking the system for entropy at every parse.
+unsigned long ThreadSalt()
+{
+    thread_local const unsigned long salt = [] {
+        std::random_device device;
+        return (static_cast<unsigned long>(device()) << 32) ^ device();
+    }();
+    return salt;
+}
+
+XML_Parser AcquireParser(const char* encoding)
+{
+    (void)t_spareParserRelease;
+    XML_Parser parser = std::exchange(t_spareParser, nullptr);
+    if (parser == nullptr || !XML_ParserReset(parser, encoding))
+    {
+        if (parser)
+            XML_ParserFree(parser);
+        parser = XML_ParserCreate(encoding);
+    }
+    if (parser == nullptr)
+        throw std::bad_alloc();
+    XML_SetHashSalt(parser, ThreadSalt());
+    return parser;
+}
+
+void ReleaseParser(XML_Parser parser)
+{
+    if (t_spareParser == nullptr)
+        t_spareParser = parser;
+    else
+        XML_ParserFree(parser);
+}
 } // namespace
 
 XmlParser::XmlParser(XmlDocument& document, bool preserveWhiteSpace, const char* encoding)
-    : m_parser(XML_ParserCreate(encoding)), m_document(document), m_preserveWhiteSpace(preserveWhiteSpace)
+    : m_parser(AcquireParser(encoding)), m_document(document), m_preserveWhiteSpace(preserveWhiteSpace)
 {
-    if (m_parser == nullptr)
-        throw std::bad_alloc();
     XML_SetUserData(m_parser, this);
     XML_SetElementHandler(m_parser, OnStartElement, OnEndElement);
     XML_SetCharacterDataHandler(m_parser, OnCharacterData);
@@ -53,7 +105,7 @@ XmlParser::~XmlParser()
 {
     for (XmlNodeCore* node : m_topLevel)
         DestroySubtree(node);
-    XML_ParserFree(m_parser);
+    ReleaseParser(m_parser);
 }
 
 bool XmlParser::Feed(const char* data, std::size_t size, bool isFinal)
@@ -119,10 +171,11 @@ void XmlParser::Refuse(const char16_t* reason)
 
 const XmlName& XmlParser::Name(const char* utf8)
 {
-    auto [entry, inserted] = m_names.try_emplace(utf8);
-    if (inserted)
-        entry->second = m_document.Intern(Text(utf8));
-    return entry->second;
+    auto found = m_names.find(std::string_view(utf8));
+    if (found != m_names.end())
+        return found->second;
+    const std::string& key = m_nameKeys.emplace_back(utf8);
+    return m_names.emplace(key, m_document.Intern(Text(key))).first->second;
 }
 
 wstring XmlParser::Text(std::string_view utf8)
@@ -179,6 +232,10 @@ void XmlParser::StartElement(const char* name, const char** attributes)
     Append(element);
     m_current = element;
     ++m_depth;
+    std::size_t count = 0;
+    while (attributes[2 * count])
+        ++count;
+    element->ReserveAttributes(count);
     for (const char** attribute = attributes; *attribute; attribute += 2)
         element->AppendAttribute(Name(attribute[0]), Text(attribute[1]));
 }

@@ -5,6 +5,7 @@
 
 #include "Platform/Xml/XmlNodeCore.h"
 
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -75,7 +76,9 @@ private:
     bool m_inCdata = false;
     bool m_textIsContent = false;
     int m_depth = 0;
-    std::unordered_map<std::string, XmlName> m_names;
+    // Names seen in this parse, by their UTF-8 text; the keys point into m_nameKeys.
+    std::unordered_map<std::string_view, XmlName> m_names;
+    std::deque<std::string> m_nameKeys;
     XmlParseErrorInfo m_error;
     bool m_failed = false;
 };

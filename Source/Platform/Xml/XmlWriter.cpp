@@ -161,46 +161,77 @@ void XmlWriter::Character(char32_t c)
     }
 }
 
+namespace
+{
+// Which ASCII characters a text (0) or an attribute value (1) cannot hold as they are.
+constexpr bool NeedsEscape(char16_t c, bool inAttribute)
+{
+    switch (c)
+    {
+    case u'&':
+    case u'<':
+    case u'\r': return true;
+    case u'>': return !inAttribute;
+    case u'"':
+    case u'\t':
+    case u'\n': return inAttribute;
+    default: return false;
+    }
+}
+
+struct EscapeTable
+{
+    bool plain[2][128];
+    constexpr EscapeTable() : plain{}
+    {
+        for (int mode = 0; mode < 2; ++mode)
+            for (char16_t c = 0; c < 128; ++c)
+                plain[mode][c] = !NeedsEscape(c, mode == 1);
+    }
+};
+constexpr EscapeTable kEscape;
+} // namespace
+
+void XmlWriter::AsciiRun(wstring_view text, std::size_t& i, bool inAttribute)
+{
+    // Most text is plain ASCII: it is copied a run at a time.
+    const bool* plain = kEscape.plain[inAttribute ? 1 : 0];
+    std::size_t end = i;
+    while (end < text.size() && text[end] < 0x80 && plain[text[end]])
+        ++end;
+    const std::size_t start = m_out.size();
+    m_out.resize(start + (end - i));
+    for (char* out = m_out.data() + start; i < end; ++i)
+        *out++ = static_cast<char>(text[i]);
+}
+
 void XmlWriter::Raw(wstring_view text)
 {
     for (std::size_t i = 0; i < text.size();)
-        Character(NextCodePoint(text, i));
+    {
+        AsciiRun(text, i, true);
+        if (i < text.size())
+            Character(NextCodePoint(text, i));
+    }
 }
 
 void XmlWriter::Escaped(wstring_view text, bool inAttribute)
 {
     for (std::size_t i = 0; i < text.size();)
     {
+        AsciiRun(text, i, inAttribute);
+        if (i == text.size())
+            break;
         const char32_t c = NextCodePoint(text, i);
         switch (c)
         {
         case u'&': Literal("&amp;"); break;
         case u'<': Literal("&lt;"); break;
+        case u'>': Literal("&gt;"); break;
         case u'\r': Literal("&#13;"); break;
-        case u'>':
-            if (inAttribute)
-                m_out += '>';
-            else
-                Literal("&gt;");
-            break;
-        case u'"':
-            if (inAttribute)
-                Literal("&quot;");
-            else
-                m_out += '"';
-            break;
-        case u'\t':
-            if (inAttribute)
-                Literal("&#9;");
-            else
-                m_out += '\t';
-            break;
-        case u'\n':
-            if (inAttribute)
-                Literal("&#10;");
-            else
-                m_out += '\n';
-            break;
+        case u'"': Literal("&quot;"); break;
+        case u'\t': Literal("&#9;"); break;
+        case u'\n': Literal("&#10;"); break;
         default: Character(c); break;
         }
     }

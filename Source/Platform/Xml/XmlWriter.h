@@ -25,6 +25,8 @@ private:
     // Escapes text; inAttribute adds '"', TAB and LF to what is escaped.
     void Escaped(wstring_view text, bool inAttribute);
     void Raw(wstring_view text);
+    // Copies the ASCII characters from text[i] on that need no escape, advancing i.
+    void AsciiRun(wstring_view text, std::size_t& i, bool inAttribute);
     // Every character as a numeric reference (white space only).
     void References(wstring_view text);
     void CData(wstring_view text);
