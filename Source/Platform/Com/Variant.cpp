@@ -363,68 +363,30 @@ CComVariant::CComVariant(const OLECHAR* text)
 }
 
 CComVariant::CComVariant(bool value) noexcept
+    : CComVariant(VT_BOOL, &VARIANT::boolVal, value ? VARIANT_TRUE : VARIANT_FALSE)
 {
-    VariantInit(this);
-    vt = VT_BOOL;
-    boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
 }
 
-CComVariant::CComVariant(LONG value) noexcept
-{
-    VariantInit(this);
-    vt = VT_I4;
-    lVal = value;
-}
+CComVariant::CComVariant(LONG value) noexcept : CComVariant(VT_I4, &VARIANT::lVal, value) {}
 
-CComVariant::CComVariant(ULONG value) noexcept
-{
-    VariantInit(this);
-    vt = VT_UI4;
-    ulVal = value;
-}
+CComVariant::CComVariant(ULONG value) noexcept : CComVariant(VT_UI4, &VARIANT::ulVal, value) {}
 
-CComVariant::CComVariant(LONGLONG value) noexcept
-{
-    VariantInit(this);
-    vt = VT_I8;
-    llVal = value;
-}
+CComVariant::CComVariant(LONGLONG value) noexcept : CComVariant(VT_I8, &VARIANT::llVal, value) {}
 
-CComVariant::CComVariant(ULONGLONG value) noexcept
-{
-    VariantInit(this);
-    vt = VT_UI8;
-    ullVal = value;
-}
+CComVariant::CComVariant(ULONGLONG value) noexcept : CComVariant(VT_UI8, &VARIANT::ullVal, value) {}
 
-CComVariant::CComVariant(float value) noexcept
-{
-    VariantInit(this);
-    vt = VT_R4;
-    fltVal = value;
-}
+CComVariant::CComVariant(float value) noexcept : CComVariant(VT_R4, &VARIANT::fltVal, value) {}
 
-CComVariant::CComVariant(double value) noexcept
-{
-    VariantInit(this);
-    vt = VT_R8;
-    dblVal = value;
-}
+CComVariant::CComVariant(double value) noexcept : CComVariant(VT_R8, &VARIANT::dblVal, value) {}
 
-CComVariant::CComVariant(IUnknown* value) noexcept
+CComVariant::CComVariant(IUnknown* value) noexcept : CComVariant(VT_UNKNOWN, &VARIANT::punkVal, static_cast<IUnknown*>(value))
 {
-    VariantInit(this);
-    vt = VT_UNKNOWN;
-    punkVal = value;
     if (value)
         value->AddRef();
 }
 
-CComVariant::CComVariant(IDispatch* value) noexcept
+CComVariant::CComVariant(IDispatch* value) noexcept : CComVariant(VT_DISPATCH, &VARIANT::punkVal, static_cast<IUnknown*>(value))
 {
-    VariantInit(this);
-    vt = VT_DISPATCH;
-    pdispVal = value;
     if (value)
         value->AddRef();
 }

@@ -50,6 +50,23 @@ HRESULT ReferenceNode(const VARIANT& reference, XmlNodeCore*& node)
     }
 }
 
+// The nodes a query selects from node, or its failure.
+HRESULT Evaluate(XmlNodeCore& node, BSTR query, bool firstOnly, std::vector<XmlNodeCore*>& nodes)
+{
+    try
+    {
+        XPathQuery compiled;
+        HRESULT hr = compiled.Compile(qm::BstrView(query));
+        if (SUCCEEDED(hr))
+            compiled.Select(node, nodes, firstOnly);
+        return hr;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
 HRESULT Insert(XmlNodeCore& parent, IXMLDOMNode* newChild, XmlNodeCore* before, IXMLDOMNode** outNewChild)
 {
     if (outNewChild)
@@ -352,20 +369,9 @@ HRESULT SelectNodes(XmlNodeCore& node, BSTR query, IXMLDOMNodeList** result)
     if (result == nullptr)
         return E_POINTER;
     *result = nullptr;
-    try
-    {
-        XPathQuery compiled;
-        HRESULT hr = compiled.Compile(qm::BstrView(query));
-        if (FAILED(hr))
-            return hr;
-        std::vector<XmlNodeCore*> nodes;
-        compiled.Select(node, nodes, false);
-        return XmlNodeList::Create(nodes, result);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    std::vector<XmlNodeCore*> nodes;
+    HRESULT hr = Evaluate(node, query, false, nodes);
+    return FAILED(hr) ? hr : XmlNodeList::Create(nodes, result);
 }
 
 HRESULT SelectSingleNode(XmlNodeCore& node, BSTR query, IXMLDOMNode** result)
@@ -373,21 +379,10 @@ HRESULT SelectSingleNode(XmlNodeCore& node, BSTR query, IXMLDOMNode** result)
     if (result == nullptr)
         return E_POINTER;
     *result = nullptr;
-    try
-    {
-        XPathQuery compiled;
-        HRESULT hr = compiled.Compile(qm::BstrView(query));
-        if (FAILED(hr))
-            return hr;
-        std::vector<XmlNodeCore*> nodes;
-        compiled.Select(node, nodes, true);
-        if (nodes.empty())
-            return S_FALSE;
-        return HandOut(nodes.front(), result);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    std::vector<XmlNodeCore*> nodes;
+    HRESULT hr = Evaluate(node, query, true, nodes);
+    if (FAILED(hr))
+        return hr;
+    return nodes.empty() ? S_FALSE : HandOut(nodes.front(), result);
 }
 } // namespace qm::xml::XmlNodeOps

@@ -115,4 +115,13 @@ public:
     {
         return VariantChangeType(this, source ? source : this, 0, type);
     }
+
+private:
+    template <class T>
+    CComVariant(VARTYPE type, T VARIANT::*field, T value) noexcept
+    {
+        VariantInit(this);
+        vt = type;
+        this->*field = value;
+    }
 };
