@@ -18,11 +18,33 @@ void FaultInjectingFileSystem::SetDevice(wstring prefix, std::uint64_t device)
     m_devices.emplace_back(std::move(prefix), device);
 }
 
+void FaultInjectingFileSystem::SetMountTop(wstring prefix, wstring top)
+{
+    std::lock_guard guard(m_lock);
+    m_mountTops.emplace_back(std::move(prefix), std::move(top));
+}
+
 int FaultInjectingFileSystem::Calls(Operation operation) const
 {
     std::lock_guard guard(m_lock);
     auto found = m_calls.find(operation);
     return found == m_calls.end() ? 0 : found->second;
+}
+
+template <class Value>
+std::optional<Value> FaultInjectingFileSystem::LongestPrefix(const std::vector<std::pair<wstring, Value>>& table,
+                                                             wstring_view path) const
+{
+    std::lock_guard guard(m_lock);
+    std::optional<Value> found;
+    std::size_t longest = 0;
+    for (const auto& [prefix, value] : table)
+        if (path.substr(0, prefix.size()) == prefix && prefix.size() >= longest)
+        {
+            longest = prefix.size();
+            found = value;
+        }
+    return found;
 }
 
 bool FaultInjectingFileSystem::Inject(Operation operation, wstring_view path, HRESULT& hr)
@@ -110,7 +132,14 @@ HRESULT FaultInjectingFileSystem::RemoveEmptyFolder(wstring_view path)
 
 HRESULT FaultInjectingFileSystem::MountTop(wstring_view path, wstring& top)
 {
-    return Call(Operation::MountTop, path, [&] { return m_inner.MountTop(path, top); });
+    return Call(Operation::MountTop, path, [&] {
+        if (auto chosen = LongestPrefix(m_mountTops, path))
+        {
+            top = *chosen;
+            return S_OK;
+        }
+        return m_inner.MountTop(path, top);
+    });
 }
 
 HRESULT FaultInjectingFileSystem::CreateExclusive(wstring_view path)
@@ -175,23 +204,13 @@ HRESULT FaultInjectingFileSystem::Close(FileHandle& file)
 
 HRESULT FaultInjectingFileSystem::Device(wstring_view path, std::uint64_t& device)
 {
-    HRESULT hr;
-    if (Inject(Operation::Device, path, hr))
-        return hr;
-    {
-        std::lock_guard guard(m_lock);
-        std::size_t longest = 0;
-        bool found = false;
-        for (const auto& [prefix, value] : m_devices)
-            if (path.substr(0, prefix.size()) == prefix && prefix.size() >= longest)
-            {
-                longest = prefix.size();
-                device = value;
-                found = true;
-            }
-        if (found)
+    return Call(Operation::Device, path, [&] {
+        if (auto chosen = LongestPrefix(m_devices, path))
+        {
+            device = *chosen;
             return S_OK;
-    }
-    return m_inner.Device(path, device);
+        }
+        return m_inner.Device(path, device);
+    });
 }
 } // namespace qm

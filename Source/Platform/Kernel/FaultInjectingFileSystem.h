@@ -7,6 +7,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 
 namespace qm
 {
@@ -51,6 +52,8 @@ public:
     void Fail(Operation operation, int error, int count = 1, wstring pathPart = {});
     // Device reports `device` for paths that begin with prefix.
     void SetDevice(wstring prefix, std::uint64_t device);
+    // MountTop reports `top` for paths that begin with prefix.
+    void SetMountTop(wstring prefix, wstring top);
     // How many calls of the operation came here, failed or not.
     int Calls(Operation operation) const;
 
@@ -91,6 +94,9 @@ private:
         wstring pathPart;
     };
 
+    // The value of the longest prefix of path in table, or null.
+    template <class Value>
+    std::optional<Value> LongestPrefix(const std::vector<std::pair<wstring, Value>>& table, wstring_view path) const;
     // Counts the call; true (with the failure in hr) when a fault applies to it.
     bool Inject(Operation operation, wstring_view path, HRESULT& hr);
     // The injected failure, or what the forwarded call gives.
@@ -106,5 +112,6 @@ private:
     std::vector<Fault> m_faults;
     std::map<Operation, int> m_calls;
     std::vector<std::pair<wstring, std::uint64_t>> m_devices;
+    std::vector<std::pair<wstring, wstring>> m_mountTops;
 };
 } // namespace qm
