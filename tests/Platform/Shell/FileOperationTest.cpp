@@ -44,8 +44,8 @@ protected:
 
 TEST_F(FileOperationTest, RenamesAndDeletesRunInOrderAndTellTheirSinks)
 {
+    RecordingSink own, advised; // outlive the operation, which holds them
     auto operation = NewOperation(FOF_NOCONFIRMATION | FOF_NOERRORUI);
-    RecordingSink own, advised;
     DWORD cookie = 0;
     ASSERT_EQ(S_OK, operation->Advise(&advised, &cookie));
     ASSERT_EQ(S_OK, operation->RenameItem(Item("a.mp4").Get(), u"b.mp4", &own));
@@ -70,8 +70,8 @@ TEST_F(FileOperationTest, RenamesAndDeletesRunInOrderAndTellTheirSinks)
 
 TEST_F(FileOperationTest, ARenameNeverReplacesAndEarlyFailureStopsTheRest)
 {
-    auto operation = NewOperation(FOFX_EARLYFAILURE);
     RecordingSink sink;
+    auto operation = NewOperation(FOFX_EARLYFAILURE);
     ASSERT_EQ(S_OK, operation->RenameItem(Item("one").Get(), u"free", &sink));
     ASSERT_EQ(S_OK, operation->RenameItem(Item("two").Get(), u"taken", &sink));
     Item("taken");
@@ -100,8 +100,8 @@ TEST_F(FileOperationTest, ARenameNeverReplacesAndEarlyFailureStopsTheRest)
 
 TEST_F(FileOperationTest, ASinkRefusesARenameBeforeItStarts)
 {
-    auto operation = NewOperation(FOFX_EARLYFAILURE);
     RecordingSink sink;
+    auto operation = NewOperation(FOFX_EARLYFAILURE);
     sink.refuseRename = HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS);
     ASSERT_EQ(S_OK, operation->RenameItem(Item("clip.mp4").Get(), u"new.mp4", &sink));
     EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS), operation->PerformOperations());
