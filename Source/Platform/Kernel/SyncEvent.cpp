@@ -8,16 +8,18 @@ namespace qm
 {
 namespace
 {
+// Never destroyed: a thread that was let go after a time-out may still set an event
+// while the process ends.
 std::mutex& Lock()
 {
-    static std::mutex lock;
-    return lock;
+    static std::mutex* lock = new std::mutex;
+    return *lock;
 }
 
 std::condition_variable& Changed()
 {
-    static std::condition_variable changed;
-    return changed;
+    static std::condition_variable* changed = new std::condition_variable;
+    return *changed;
 }
 
 // Waits until ready() holds or the time is over; the lock is held.
