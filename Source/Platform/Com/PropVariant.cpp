@@ -1,5 +1,6 @@
 #include "qm/Platform/Com/PropVariant.h"
 
+#include "Platform/Com/VariantValues.h"
 #include "Platform/Text/NumberText.h"
 #include "qm/Platform/Com/CoTaskMem.h"
 
@@ -16,56 +17,14 @@ HRESULT PropVariantClear(PROPVARIANT* value)
 {
     if (value == nullptr)
         return S_OK;
-    switch (value->vt)
-    {
-    case VT_LPWSTR: CoTaskMemFree(value->pwszVal); break;
-    case VT_BSTR: SysFreeString(value->bstrVal); break;
-    case VT_UNKNOWN:
-    case VT_DISPATCH:
-        if (value->punkVal)
-            value->punkVal->Release();
-        break;
-    default: break;
-    }
+    qm::detail::ReleaseOwned(*value);
     PropVariantInit(value);
     return S_OK;
 }
 
 HRESULT PropVariantCopy(PROPVARIANT* destination, const PROPVARIANT* source)
 {
-    if (destination == nullptr || source == nullptr)
-        return E_INVALIDARG;
-    if (destination == source)
-        return S_OK;
-    PROPVARIANT copy = *source;
-    switch (source->vt)
-    {
-    case VT_LPWSTR:
-        if (source->pwszVal)
-        {
-            copy.pwszVal = qm::CoTaskMemStrDup(source->pwszVal);
-            if (copy.pwszVal == nullptr)
-                return E_OUTOFMEMORY;
-        }
-        break;
-    case VT_BSTR:
-        if (source->bstrVal)
-        {
-            copy.bstrVal = SysAllocStringLen(source->bstrVal, SysStringLen(source->bstrVal));
-            if (copy.bstrVal == nullptr)
-                return E_OUTOFMEMORY;
-        }
-        break;
-    case VT_UNKNOWN:
-    case VT_DISPATCH:
-        if (source->punkVal)
-            source->punkVal->AddRef();
-        break;
-    default: break;
-    }
-    PropVariantClear(destination);
-    *destination = copy;
-    return S_OK;
+    return qm::detail::CopyValue(destination, source, PropVariantClear);
 }
 
 namespace

@@ -1,6 +1,7 @@
 #include "qm/Platform/Com/Variant.h"
 
 #include "qm/Platform/Com/ComPtr.h"
+#include "Platform/Com/VariantValues.h"
 #include "Platform/Text/NumberText.h"
 
 #include <cmath>
@@ -270,40 +271,14 @@ HRESULT VariantClear(VARIANT* value)
 {
     if (value == nullptr)
         return E_INVALIDARG;
-    switch (value->vt)
-    {
-    case VT_BSTR: SysFreeString(value->bstrVal); break;
-    case VT_UNKNOWN:
-    case VT_DISPATCH:
-        if (value->punkVal)
-            value->punkVal->Release();
-        break;
-    default: break;
-    }
+    qm::detail::ReleaseOwned(*value);
     VariantInit(value);
     return S_OK;
 }
 
 HRESULT VariantCopy(VARIANT* destination, const VARIANT* source)
 {
-    if (destination == nullptr || source == nullptr)
-        return E_INVALIDARG;
-    if (destination == source)
-        return S_OK;
-    VARIANT copy = *source;
-    if (source->vt == VT_BSTR && source->bstrVal)
-    {
-        copy.bstrVal = SysAllocStringLen(source->bstrVal, SysStringLen(source->bstrVal));
-        if (copy.bstrVal == nullptr)
-            return E_OUTOFMEMORY;
-    }
-    else if ((source->vt == VT_UNKNOWN || source->vt == VT_DISPATCH) && source->punkVal)
-    {
-        source->punkVal->AddRef();
-    }
-    VariantClear(destination);
-    *destination = copy;
-    return S_OK;
+    return qm::detail::CopyValue(destination, source, VariantClear);
 }
 
 HRESULT VariantChangeType(VARIANT* destination, const VARIANT* source, USHORT, VARTYPE vt)
