@@ -9,7 +9,9 @@
 #include <expat.h>
 
 #include <limits>
+#include <deque>
 #include <new>
+#include <unordered_map>
 #include <random>
 #include <utility>
 
@@ -169,13 +171,44 @@ void XmlParser::Refuse(const char16_t* reason)
     m_failed = true;
 }
 
-const XmlName& XmlParser::Name(const char* utf8)
+namespace
 {
-    auto found = m_names.find(std::string_view(utf8));
-    if (found != m_names.end())
-        return found->second;
-    const std::string& key = m_nameKeys.emplace_back(utf8);
-    return m_names.emplace(key, m_document.Intern(Text(key))).first->second;
+// Names seen by the parses of this thread, by their UTF-8 text: sidecars use the same
+// few names again and again. The table stops growing at a bound, so that documents full
+// of made-up names cannot fill memory; their names are then made for each parse.
+class NameCache
+{
+public:
+    static constexpr std::size_t kMaxNames = 4096;
+
+    XmlName Find(std::string_view utf8) const
+    {
+        auto found = m_names.find(utf8);
+        return found == m_names.end() ? nullptr : found->second;
+    }
+    void Add(std::string_view utf8, const XmlName& name)
+    {
+        if (m_names.size() >= kMaxNames)
+            return;
+        const std::string& key = m_keys.emplace_back(utf8);
+        m_names.emplace(key, name);
+    }
+
+private:
+    std::unordered_map<std::string_view, XmlName> m_names;
+    std::deque<std::string> m_keys;
+};
+
+thread_local NameCache t_names;
+} // namespace
+
+XmlName XmlParser::Name(const char* utf8)
+{
+    if (XmlName known = t_names.Find(utf8))
+        return known;
+    XmlName name = std::make_shared<const wstring>(Text(utf8));
+    t_names.Add(utf8, name);
+    return name;
 }
 
 wstring XmlParser::Text(std::string_view utf8)

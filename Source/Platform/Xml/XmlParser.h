@@ -5,9 +5,7 @@
 
 #include "Platform/Xml/XmlNodeCore.h"
 
-#include <deque>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 struct XML_ParserStruct;
@@ -61,7 +59,7 @@ private:
     void EndElement();
     void Append(XmlNodeCore* node);
     void FlushText();
-    const XmlName& Name(const char* utf8);
+    XmlName Name(const char* utf8);
     wstring Text(std::string_view utf8);
     // Stops the parse with an error of this parser's own.
     void Fail(LONG code, const char16_t* reason);
@@ -76,9 +74,6 @@ private:
     bool m_inCdata = false;
     bool m_textIsContent = false;
     int m_depth = 0;
-    // Names seen in this parse, by their UTF-8 text; the keys point into m_nameKeys.
-    std::unordered_map<std::string_view, XmlName> m_names;
-    std::deque<std::string> m_nameKeys;
     XmlParseErrorInfo m_error;
     bool m_failed = false;
 };
