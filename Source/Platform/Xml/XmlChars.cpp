@@ -2,6 +2,11 @@
 
 #include "qm/Platform/Text/Utf8Conversion.h"
 
+#include <expat.h>
+
+#include <string>
+#include <unordered_map>
+
 namespace qm::xml
 {
 namespace
@@ -35,6 +40,33 @@ char32_t NextCodePoint(wstring_view text, std::size_t& i) noexcept
         return 0xFFFFFFFF;
     return c;
 }
+// Whether the parser reads the name in a UTF-8 document, as every saved document is;
+// answers are kept per thread, within a bound.
+bool ReaderAcceptsName(wstring_view name) noexcept
+{
+    try
+    {
+        thread_local std::unordered_map<wstring, bool> answers;
+        if (auto found = answers.find(wstring(name)); found != answers.end())
+            return found->second;
+        std::string utf8;
+        if (FAILED(ToUtf8(name, utf8)))
+            return false;
+        const std::string document = "<" + utf8 + "/>";
+        XML_Parser parser = XML_ParserCreate("UTF-8");
+        if (parser == nullptr)
+            return false;
+        const bool accepted = XML_Parse(parser, document.data(), static_cast<int>(document.size()), 1) == XML_STATUS_OK;
+        XML_ParserFree(parser);
+        if (answers.size() < 4096)
+            answers.emplace(name, accepted);
+        return accepted;
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
 } // namespace
 
 bool IsValidText(wstring_view text) noexcept
@@ -56,10 +88,16 @@ bool IsValidName(wstring_view name) noexcept
     std::size_t i = 0;
     if (!IsNameStartChar(NextCodePoint(name, i)))
         return false;
+    bool ascii = name[0] < 0x80;
     while (i < name.size())
+    {
+        ascii = ascii && name[i] < 0x80;
         if (!IsNameChar(NextCodePoint(name, i)))
             return false;
-    return true;
+    }
+    // Beyond ASCII the reader's tables of name characters are narrower than the rule
+    // above, and a name it refuses could be written but never read back: it decides.
+    return ascii || ReaderAcceptsName(name);
 }
 
 bool IsValidComment(wstring_view text) noexcept

@@ -1,6 +1,7 @@
 #include "Platform/Xml/XmlParser.h"
 
 #include "Platform/Xml/XmlCharacterData.h"
+#include "Platform/Xml/XmlChars.h"
 #include "Platform/Xml/XmlDocument.h"
 #include "Platform/Xml/XmlElement.h"
 
@@ -24,6 +25,7 @@ constexpr LONG kErrorBase = static_cast<LONG>(0xC00CE000u);
 constexpr LONG kErrorDoctype = kErrorBase + 0x100;
 constexpr LONG kErrorTooDeep = kErrorBase + 0x101;
 constexpr LONG kErrorOutOfMemory = kErrorBase + 0x102;
+constexpr LONG kErrorName = kErrorBase + 0x103;
 
 bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
@@ -207,6 +209,13 @@ XmlName XmlParser::Name(const char* utf8)
     if (XmlName known = t_names.Find(utf8))
         return known;
     XmlName name = std::make_shared<const wstring>(Text(utf8));
+    // A name read from UTF-16 or Latin-1 may hold characters that the same name in a
+    // UTF-8 document may not: such a document could never be saved and read back.
+    if (!IsValidName(*name))
+    {
+        Fail(kErrorName, u"A name holds characters that cannot be written back.");
+        return nullptr;
+    }
     t_names.Add(utf8, name);
     return name;
 }
@@ -261,7 +270,10 @@ void XmlParser::StartElement(const char* name, const char** attributes)
     FlushText();
     if (m_depth == kMaxDepth)
         return Fail(kErrorTooDeep, u"Elements are nested too deeply.");
-    XmlElement* element = XmlElement::Create(&m_document, Name(name));
+    XmlName elementName = Name(name);
+    if (!elementName)
+        return;
+    XmlElement* element = XmlElement::Create(&m_document, std::move(elementName));
     Append(element);
     m_current = element;
     ++m_depth;
@@ -270,7 +282,12 @@ void XmlParser::StartElement(const char* name, const char** attributes)
         ++count;
     element->ReserveAttributes(count);
     for (const char** attribute = attributes; *attribute; attribute += 2)
-        element->AppendAttribute(Name(attribute[0]), Text(attribute[1]));
+    {
+        XmlName attributeName = Name(attribute[0]);
+        if (!attributeName)
+            return;
+        element->AppendAttribute(std::move(attributeName), Text(attribute[1]));
+    }
 }
 
 void XmlParser::EndElement()
@@ -341,7 +358,10 @@ void XmlParser::OnProcessingInstruction(void* self, const char* target, const ch
 {
     Guarded(self, [&](XmlParser& parser) {
         parser.FlushText();
-        parser.Append(XmlProcessingInstruction::Create(&parser.m_document, parser.Text(target), parser.Text(data)));
+        wstring name = parser.Text(target);
+        if (!IsValidName(name))
+            return parser.Fail(kErrorName, u"A name holds characters that cannot be written back.");
+        parser.Append(XmlProcessingInstruction::Create(&parser.m_document, std::move(name), parser.Text(data)));
     });
 }
 
