@@ -10,9 +10,9 @@
 #include <expat.h>
 
 #include <limits>
-#include <deque>
 #include <new>
-#include <unordered_map>
+#include <cstring>
+#include <vector>
 #include <random>
 #include <utility>
 
@@ -176,29 +176,73 @@ void XmlParser::Refuse(const char16_t* reason)
 namespace
 {
 // Names seen by the parses of this thread, by their UTF-8 text: sidecars use the same
-// few names again and again. The table stops growing at a bound, so that documents full
-// of made-up names cannot fill memory; their names are then made for each parse.
+// few names again and again, and a lookup is on the path of every element and attribute.
+// An open-addressed table, hashed in the same pass that finds the name's end. It stops
+// growing at a bound, so that documents full of made-up names cannot fill memory; their
+// names are then made for each parse.
 class NameCache
 {
 public:
     static constexpr std::size_t kMaxNames = 4096;
 
-    XmlName Find(std::string_view utf8) const
+    // The name, or null; size and hash of the text come back for Add.
+    XmlName Find(const char* utf8, std::size_t& size, std::uint32_t& hash) const
     {
-        auto found = m_names.find(utf8);
-        return found == m_names.end() ? nullptr : found->second;
+        hash = 2166136261u;
+        const char* end = utf8;
+        for (; *end; ++end)
+            hash = (hash ^ static_cast<unsigned char>(*end)) * 16777619u;
+        size = static_cast<std::size_t>(end - utf8);
+        if (m_slots.empty())
+            return nullptr;
+        for (std::size_t i = hash & (m_slots.size() - 1);; i = (i + 1) & (m_slots.size() - 1))
+        {
+            const Slot& slot = m_slots[i];
+            if (!slot.name)
+                return nullptr;
+            if (slot.hash == hash && slot.key.size() == size && std::memcmp(slot.key.data(), utf8, size) == 0)
+                return slot.name;
+        }
     }
-    void Add(std::string_view utf8, const XmlName& name)
+
+    void Add(const char* utf8, std::size_t size, std::uint32_t hash, const XmlName& name)
     {
-        if (m_names.size() >= kMaxNames)
+        if (m_count >= kMaxNames)
             return;
-        const std::string& key = m_keys.emplace_back(utf8);
-        m_names.emplace(key, name);
+        // At most half full, so that probes stay short and always end at an empty slot.
+        if (2 * (m_count + 1) > m_slots.size())
+            Grow();
+        Insert(Slot{hash, std::string(utf8, size), name});
+        ++m_count;
     }
 
 private:
-    std::unordered_map<std::string_view, XmlName> m_names;
-    std::deque<std::string> m_keys;
+    struct Slot
+    {
+        std::uint32_t hash = 0;
+        std::string key;
+        XmlName name;
+    };
+
+    void Insert(Slot slot)
+    {
+        std::size_t i = slot.hash & (m_slots.size() - 1);
+        while (m_slots[i].name)
+            i = (i + 1) & (m_slots.size() - 1);
+        m_slots[i] = std::move(slot);
+    }
+
+    void Grow()
+    {
+        std::vector<Slot> old(m_slots.empty() ? 64 : 2 * m_slots.size());
+        old.swap(m_slots);
+        for (Slot& slot : old)
+            if (slot.name)
+                Insert(std::move(slot));
+    }
+
+    std::vector<Slot> m_slots;
+    std::size_t m_count = 0;
 };
 
 thread_local NameCache t_names;
@@ -206,7 +250,9 @@ thread_local NameCache t_names;
 
 XmlName XmlParser::Name(const char* utf8)
 {
-    if (XmlName known = t_names.Find(utf8))
+    std::size_t size = 0;
+    std::uint32_t hash = 0;
+    if (XmlName known = t_names.Find(utf8, size, hash))
         return known;
     XmlName name = std::make_shared<const wstring>(Text(utf8));
     // A name read from UTF-16 or Latin-1 may hold characters that the same name in a
@@ -216,7 +262,7 @@ XmlName XmlParser::Name(const char* utf8)
         Fail(kErrorName, u"A name holds characters that cannot be written back.");
         return nullptr;
     }
-    t_names.Add(utf8, name);
+    t_names.Add(utf8, size, hash, name);
     return name;
 }
 
