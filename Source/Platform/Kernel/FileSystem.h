@@ -85,7 +85,8 @@ public:
     virtual HRESULT RenameReplacing(wstring_view from, wstring_view to) = 0;
     // A second name for a file; ERROR_ALREADY_EXISTS when `to` exists.
     virtual HRESULT HardLink(wstring_view from, wstring_view to) = 0;
-    // A new file `to` with the content of `from`; ERROR_FILE_EXISTS when `to` exists.
+    // A new file `to` with the content and permission bits of `from`; ERROR_ALREADY_EXISTS
+    // when `to` exists.
     virtual HRESULT CopyFile(wstring_view from, wstring_view to) = 0;
     // The permission bits (07777) of a file, not following a link.
     virtual HRESULT SetPermissions(wstring_view path, std::uint32_t mode) = 0;

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <sstream>
@@ -222,4 +223,37 @@ TEST_F(FileSystemTest, AttributesReadOnlyRuleAndFolders)
     EXPECT_EQ(device, nested);
     // Invalid UTF-16 never reaches the disk.
     EXPECT_EQ(E_INVALIDARG, qm::FileSystem().Exists(std::u16string(1, char16_t(0xD800))));
+}
+
+TEST_F(FileSystemTest, LinksCopiesAndNamesThatAreNotText)
+{
+    qm::IFileSystem& fileSystem = qm::FileSystem();
+    // A dangling link exists as a name, and its own attributes can be read.
+    ASSERT_EQ(0, ::symlink(Native("nowhere").c_str(), Native("dangling").c_str()));
+    EXPECT_EQ(S_OK, fileSystem.Exists(Path("dangling")));
+    qm::FileAttributes attributes;
+    ASSERT_EQ(S_OK, fileSystem.GetAttributes(Path("dangling"), attributes, true));
+    EXPECT_TRUE(attributes.isSymlink);
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), fileSystem.GetAttributes(Path("dangling"), attributes, false));
+
+    // A copy carries content and permission bits, and never replaces a file.
+    WriteFile(Native("source"), "content");
+    ::chmod(Native("source").c_str(), 0640);
+    ASSERT_EQ(S_OK, fileSystem.CopyFile(Path("source"), Path("copy")));
+    EXPECT_EQ("content", ReadFile(Native("copy")));
+    EXPECT_EQ(0640u, Mode(Native("copy")));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS), fileSystem.CopyFile(Path("source"), Path("copy")));
+    EXPECT_EQ(S_OK, fileSystem.IsFolderWritable(m_folder.U16()));
+    EXPECT_EQ(S_FALSE, fileSystem.IsReadOnlyVolume(m_folder.U16()));
+
+    // A name that is not UTF-8 cannot be handed out as text, nor opened again from it.
+    WriteFile(Native("plain.mp4"), "");
+    WriteFile(Native("bad\xFF.mp4"), "");
+    std::vector<qm::FolderEntry> entries;
+    ASSERT_EQ(S_OK, fileSystem.ListFolder(m_folder.U16(), entries));
+    std::vector<std::u16string> names;
+    for (const auto& entry : entries)
+        names.push_back(entry.name);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ((std::vector<std::u16string>{u"copy", u"dangling", u"plain.mp4", u"source"}), names);
 }
