@@ -1,5 +1,8 @@
 #include "Platform/Text/NumberText.h"
 
+#include "Platform/Text/CaseFolding.h"
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -9,36 +12,50 @@ namespace qm
 {
 namespace
 {
-bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
-
 wstring_view Trim(wstring_view text)
 {
-    while (!text.empty() && IsBlank(text.front()))
+    while (!text.empty() && IsSpace(text.front()))
         text.remove_prefix(1);
-    while (!text.empty() && IsBlank(text.back()))
+    while (!text.empty() && IsSpace(text.back()))
         text.remove_suffix(1);
     return text;
+}
+
+// Removes one leading sign; true when it was "-".
+bool TakeSign(wstring_view& text)
+{
+    if (text.empty() || (text.front() != u'+' && text.front() != u'-'))
+        return false;
+    const bool negative = text.front() == u'-';
+    text.remove_prefix(1);
+    return negative;
+}
+
+bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+
+// ASCII letters compared without case; word is lower case.
+bool IsWord(wstring_view text, std::string_view word)
+{
+    return std::equal(text.begin(), text.end(), word.begin(), word.end(), [](char16_t c, char w) {
+        return (c >= u'A' && c <= u'Z' ? c + (u'a' - u'A') : c) == static_cast<char16_t>(w);
+    });
 }
 
 // Reads an optional sign and decimal digits: the magnitude and whether it is negative.
 HRESULT ParseMagnitude(wstring_view text, std::uint64_t& magnitude, bool& negative)
 {
     text = Trim(text);
-    negative = false;
-    if (!text.empty() && (text.front() == u'+' || text.front() == u'-'))
-    {
-        negative = text.front() == u'-';
-        text.remove_prefix(1);
-    }
+    negative = TakeSign(text);
     if (text.empty())
         return DISP_E_TYPEMISMATCH;
     std::uint64_t result = 0;
     bool overflow = false;
     for (char16_t c : text)
     {
-        if (c < u'0' || c > u'9')
+        if (!IsDigit(c))
             return DISP_E_TYPEMISMATCH;
         const auto digit = static_cast<std::uint64_t>(c - u'0');
+        // Further digits are still checked: "99999999999999999999x" is not a number at all.
         if (result > (std::numeric_limits<std::uint64_t>::max() - digit) / 10)
             overflow = true;
         else
@@ -79,69 +96,86 @@ HRESULT ParseUnsigned(wstring_view text, Int& value)
     return S_OK;
 }
 
-// ASCII copy of a trimmed number, or empty when it holds anything else.
-std::string Ascii(wstring_view text)
+// Whether a well-formed number that no floating type holds is tiny rather than huge: its
+// first significant digit stands below the units place once the exponent is applied.
+bool IsTiny(std::string_view number)
 {
-    std::string out;
-    out.reserve(text.size());
-    for (char16_t c : text)
+    const std::size_t e = number.find_first_of("eE");
+    const std::string_view mantissa = number.substr(0, e);
+    long long exponent = 0;
+    if (e != std::string_view::npos)
     {
-        if (c >= 0x80)
-            return {};
-        out += static_cast<char>(c);
+        std::string_view digits = number.substr(e + 1);
+        const bool negative = digits.front() == '-';
+        if (digits.front() == '+' || digits.front() == '-')
+            digits.remove_prefix(1);
+        int power = 0;
+        // An exponent beyond 32 bits outweighs any mantissa.
+        if (std::from_chars(digits.data(), digits.data() + digits.size(), power).ec != std::errc())
+            return negative;
+        exponent = negative ? -static_cast<long long>(power) : power;
     }
-    return out;
+    const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+    const std::size_t first = mantissa.find_first_of("123456789");
+    if (first == std::string_view::npos)
+        return true;
+    const long long place = first < point ? static_cast<long long>(point - first) - 1
+                                          : -static_cast<long long>(first - point);
+    return place + exponent < 0;
 }
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b)
+// Digits, an optional "." and an optional exponent, nothing else.
+template <class Float>
+HRESULT ReadDecimal(std::string_view number, Float& result)
 {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
+    // from_chars would also take words such as "infinity" and hexadecimal "0x" forms.
+    if (number.empty() || !(IsDigit(number.front()) || number.front() == '.'))
+        return DISP_E_TYPEMISMATCH;
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), result);
+    if (end != number.data() + number.size())
+        return DISP_E_TYPEMISMATCH;
+    if (error == std::errc::result_out_of_range)
     {
-        const char x = (a[i] >= 'A' && a[i] <= 'Z') ? static_cast<char>(a[i] + 32) : a[i];
-        const char y = (b[i] >= 'A' && b[i] <= 'Z') ? static_cast<char>(b[i] + 32) : b[i];
-        if (x != y)
-            return false;
+        if (!IsTiny(number))
+            return DISP_E_OVERFLOW;
+        result = 0;
+        return S_OK;
     }
-    return true;
+    return error == std::errc() ? S_OK : DISP_E_TYPEMISMATCH;
 }
 
 template <class Float>
 HRESULT ParseFloating(wstring_view text, Float& value)
 {
-    std::string ascii = Ascii(Trim(text));
-    std::string_view digits = ascii;
-    if (digits.empty())
-        return DISP_E_TYPEMISMATCH;
-    const bool negative = digits.front() == '-';
-    if (digits.front() == '+' || digits.front() == '-')
-        digits.remove_prefix(1);
-    if (EqualsIgnoringCase(digits, "nan"))
-    {
-        value = std::numeric_limits<Float>::quiet_NaN();
-        return S_OK;
-    }
-    if (EqualsIgnoringCase(digits, "inf"))
-    {
-        value = negative ? -std::numeric_limits<Float>::infinity() : std::numeric_limits<Float>::infinity();
-        return S_OK;
-    }
-    // from_chars takes neither a sign of '+' nor words: only digits, '.', an exponent.
-    if (digits.empty() || !((digits.front() >= '0' && digits.front() <= '9') || digits.front() == '.'))
-        return DISP_E_TYPEMISMATCH;
+    text = Trim(text);
+    const bool negative = TakeSign(text);
     Float result{};
-    auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), result);
-    if (end != digits.data() + digits.size())
-        return DISP_E_TYPEMISMATCH;
-    if (error == std::errc::result_out_of_range)
-        return DISP_E_OVERFLOW;
-    if (error != std::errc())
-        return DISP_E_TYPEMISMATCH;
+    if (IsWord(text, "nan"))
+        result = std::numeric_limits<Float>::quiet_NaN();
+    else if (IsWord(text, "inf"))
+        result = std::numeric_limits<Float>::infinity();
+    else
+    {
+        std::string ascii;
+        for (char16_t c : text)
+        {
+            if (c >= 0x80)
+                return DISP_E_TYPEMISMATCH;
+            ascii += static_cast<char>(c);
+        }
+        HRESULT hr = ReadDecimal(ascii, result);
+        if (FAILED(hr))
+            return hr;
+    }
     value = negative ? -result : result;
     return S_OK;
 }
 
+void AppendAscii(wstring& out, std::string_view text) { out.append(text.begin(), text.end()); }
+
+// The shortest round-trip digits come from the scientific form ("3.4e+38"); they are then
+// placed around the decimal point, so that large values end in zeros rather than in the
+// digits of their binary expansion.
 template <class Float>
 wstring FormatFloating(Float value)
 {
@@ -149,19 +183,51 @@ wstring FormatFloating(Float value)
         return u"NaN";
     if (std::isinf(value))
         return value < 0 ? u"-INF" : u"INF";
-    char buffer[512];
-    auto [end, error] = std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::fixed);
-    (void)error; // the buffer holds the longest fixed form of a double
-    return wstring(buffer, end);
+    char buffer[64];
+    const auto written = std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::scientific);
+    std::string_view text(buffer, static_cast<std::size_t>(written.ptr - buffer));
+    wstring out;
+    if (text.front() == '-')
+    {
+        out += u'-';
+        text.remove_prefix(1);
+    }
+    const std::size_t e = text.find('e');
+    const char* exponentText = text.data() + e + 1;
+    if (*exponentText == '+')
+        ++exponentText;
+    int exponent = 0;
+    std::from_chars(exponentText, text.data() + text.size(), exponent);
+    std::string digits(text.substr(0, e));
+    digits.erase(std::remove(digits.begin(), digits.end(), '.'), digits.end());
+
+    const auto units = static_cast<std::size_t>(std::max(exponent + 1, 0));
+    if (exponent < 0)
+    {
+        out += u"0.";
+        out.append(static_cast<std::size_t>(-exponent - 1), u'0');
+        AppendAscii(out, digits);
+    }
+    else if (digits.size() <= units)
+    {
+        AppendAscii(out, digits);
+        out.append(units - digits.size(), u'0');
+    }
+    else
+    {
+        AppendAscii(out, std::string_view(digits).substr(0, units));
+        out += u'.';
+        AppendAscii(out, std::string_view(digits).substr(units));
+    }
+    return out;
 }
 
 template <class Int>
 wstring FormatInteger(Int value)
 {
     char buffer[24];
-    auto [end, error] = std::to_chars(buffer, buffer + sizeof(buffer), value);
-    (void)error;
-    return wstring(buffer, end);
+    const auto written = std::to_chars(buffer, buffer + sizeof(buffer), value);
+    return wstring(buffer, written.ptr);
 }
 } // namespace
 
@@ -174,16 +240,19 @@ HRESULT ParseDouble(wstring_view text, double& value) { return ParseFloating(tex
 
 HRESULT ParseBool(wstring_view text, bool& value)
 {
-    const std::string word = Ascii(Trim(text));
-    if (EqualsIgnoringCase(word, "true") || EqualsIgnoringCase(word, "false"))
+    const wstring_view word = Trim(text);
+    if (IsWord(word, "true") || IsWord(word, "false"))
     {
-        value = EqualsIgnoringCase(word, "true");
+        value = IsWord(word, "true");
         return S_OK;
     }
     double number = 0;
-    HRESULT hr = ParseDouble(text, number);
+    HRESULT hr = ParseDouble(word, number);
     if (FAILED(hr))
         return hr;
+    // "NaN" and "INF" are words, not numbers, to a boolean.
+    if (!std::isfinite(number))
+        return DISP_E_TYPEMISMATCH;
     value = number != 0;
     return S_OK;
 }
