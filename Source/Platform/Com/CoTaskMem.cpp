@@ -16,7 +16,8 @@ char16_t* CoTaskMemStrDup(wstring_view text)
     auto* copy = static_cast<char16_t*>(CoTaskMemAlloc((text.size() + 1) * sizeof(char16_t)));
     if (copy == nullptr)
         return nullptr;
-    std::memcpy(copy, text.data(), text.size() * sizeof(char16_t));
+    if (!text.empty())
+        std::memcpy(copy, text.data(), text.size() * sizeof(char16_t));
     copy[text.size()] = u'\0';
     return copy;
 }

@@ -1,6 +1,7 @@
 #include "qm/Platform/Com/Variant.h"
 
 #include "qm/Platform/Com/ComPtr.h"
+#include "qm/Platform/Com/HResultException.h"
 #include "Platform/Com/VariantValues.h"
 #include "Platform/Text/NumberText.h"
 
@@ -319,8 +320,8 @@ HRESULT VariantChangeTypeEx(VARIANT* destination, const VARIANT* source, LCID, U
 CComVariant::CComVariant(const VARIANT& other)
 {
     VariantInit(this);
-    if (FAILED(VariantCopy(this, &other)))
-        throw std::bad_alloc();
+    if (HRESULT hr = VariantCopy(this, &other); FAILED(hr))
+        qm::ThrowHResult(hr);
 }
 
 CComVariant::CComVariant(CComVariant&& other) noexcept : VARIANT(other) { VariantInit(&other); }
@@ -368,8 +369,8 @@ CComVariant::CComVariant(IDispatch* value) noexcept : CComVariant(VT_DISPATCH, &
 
 CComVariant& CComVariant::operator=(const CComVariant& other)
 {
-    if (this != &other && FAILED(VariantCopy(this, &other)))
-        throw std::bad_alloc();
+    if (HRESULT hr = this != &other ? VariantCopy(this, &other) : S_OK; FAILED(hr))
+        qm::ThrowHResult(hr);
     return *this;
 }
 

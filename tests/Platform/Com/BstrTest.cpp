@@ -66,3 +66,30 @@ TEST(Bstr, HolderOwnsExactlyOneString)
     *c.ReleaseAndGetAddressOf() = SysAllocString(u"again");
     EXPECT_EQ(u"again", c.View());
 }
+
+TEST(Bstr, ReallocationAndAssignmentKeepNullApartFromEmpty)
+{
+    BSTR text = SysAllocString(u"first");
+    ASSERT_EQ(TRUE, SysReAllocString(&text, u"second one"));
+    EXPECT_EQ(u"second one", qm::BstrView(text));
+    // Reallocating from the string's own characters reads them before they go.
+    ASSERT_EQ(TRUE, SysReAllocString(&text, text + 7));
+    EXPECT_EQ(u"one", qm::BstrView(text));
+    ASSERT_EQ(TRUE, SysReAllocString(&text, nullptr));
+    EXPECT_EQ(nullptr, text);
+    EXPECT_EQ(FALSE, SysReAllocString(nullptr, u"x"));
+
+    CComBSTR holder;
+    EXPECT_TRUE(holder.IsNull());
+    holder = u"";
+    EXPECT_FALSE(holder.IsNull());
+    EXPECT_EQ(0u, holder.Length());
+    holder = std::u16string_view(u"a\0b", 3);
+    EXPECT_EQ(3u, holder.Length());
+    BSTR copy = holder.Copy();
+    EXPECT_EQ(3u, SysStringLen(copy));
+    SysFreeString(copy);
+    holder = static_cast<const OLECHAR*>(nullptr);
+    EXPECT_TRUE(holder.IsNull());
+    EXPECT_EQ(nullptr, holder.Copy());
+}

@@ -1,11 +1,11 @@
 #include "qm/Platform/Com/ObjectRoot.h"
 
-#include "Platform/Com/ModuleLock.h"
-#include "qm/Platform/Com/CoTaskMem.h"
 #include "qm/Platform/Com/Dispatch.h"
-#include "qm/Platform/Com/PropVariant.h"
 
 #include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
 
 namespace
 {
@@ -86,45 +86,35 @@ TEST(ObjectRoot, QueryInterfaceAnswersFromItsTable)
     EXPECT_EQ(E_POINTER, first->QueryInterface(IID_IUnknown, nullptr));
 }
 
-TEST(ObjectRoot, ModuleLockCountsLiveHolders)
+TEST(ObjectRoot, CreateObjectHandsTheFirstReferenceToAnOutParameter)
 {
-    const long before = qm::ModuleLockCount();
-    {
-        qm::ModuleLock one;
-        qm::ModuleLock two = one;
-        EXPECT_EQ(before + 2, qm::ModuleLockCount());
-    }
-    EXPECT_EQ(before, qm::ModuleLockCount());
+    bool destroyed = false;
+    ISecond* second = nullptr;
+    ASSERT_EQ(S_OK, qm::CreateObject<Sample>(&second, &destroyed));
+    ASSERT_NE(nullptr, second);
+    EXPECT_EQ(2, second->Second());
+    EXPECT_EQ(0u, second->Release());
+    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(E_POINTER, qm::CreateObject<Sample>(static_cast<IFirst**>(nullptr), &destroyed));
 }
 
-TEST(PropVariant, CopyClearAndText)
+TEST(ObjectRoot, CountsHoldUnderConcurrentReferences)
 {
-    PROPVARIANT text;
-    ASSERT_EQ(S_OK, InitPropVariantFromString(u"value", &text));
-    PROPVARIANT copy;
-    PropVariantInit(&copy);
-    ASSERT_EQ(S_OK, PropVariantCopy(&copy, &text));
-    EXPECT_NE(text.pwszVal, copy.pwszVal);
-    LPWSTR out = nullptr;
-    ASSERT_EQ(S_OK, PropVariantToStringAlloc(copy, &out));
-    EXPECT_EQ(u"value", std::u16string(out));
-    CoTaskMemFree(out);
-    PropVariantClear(&text);
-    PropVariantClear(&copy);
-    EXPECT_EQ(VT_EMPTY, copy.vt);
-
-    PROPVARIANT number;
-    PropVariantInit(&number);
-    number.vt = VT_I8;
-    number.hVal = -5;
-    ASSERT_EQ(S_OK, PropVariantToStringAlloc(number, &out));
-    EXPECT_EQ(u"-5", std::u16string(out));
-    CoTaskMemFree(out);
-    number.vt = VT_BOOL;
-    number.boolVal = VARIANT_TRUE;
-    ASSERT_EQ(S_OK, PropVariantToStringAlloc(number, &out));
-    EXPECT_EQ(u"True", std::u16string(out));
-    CoTaskMemFree(out);
-    number.vt = VT_FILETIME;
-    EXPECT_EQ(DISP_E_TYPEMISMATCH, PropVariantToStringAlloc(number, &out));
+    bool destroyed = false;
+    ComPtr<Sample> sample = qm::MakeObject<Sample>(&destroyed);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([raw = static_cast<IFirst*>(sample.Get())] {
+            for (int i = 0; i < 20000; ++i)
+            {
+                ComPtr<IFirst> copy(raw);
+                ComPtr<IUnknown> other;
+                copy.As(&other);
+            }
+        });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_FALSE(destroyed);
+    EXPECT_EQ(2u, sample->AddRef());
+    EXPECT_EQ(1u, sample->Release());
 }

@@ -1,6 +1,8 @@
 // The conversions of variants that reading XML attributes and properties relies on.
 #include "qm/Platform/Com/Variant.h"
 
+#include "Platform/Com/CountedUnknown.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -25,6 +27,11 @@ HRESULT To(const char16_t* text, VARTYPE vt, T VARIANT::*field, T& value)
     if (SUCCEEDED(hr))
         value = target.*field;
     return hr;
+}
+
+HRESULT Change(const VARIANT& source, VARTYPE vt, CComVariant& target)
+{
+    return VariantChangeType(&target, &source, 0, vt);
 }
 
 std::u16string Text(const VARIANT& value)
@@ -118,9 +125,27 @@ TEST(Variant, NumericConversionsAndTheirLimits)
     CComVariant null;
     null.vt = VT_NULL;
     EXPECT_EQ(DISP_E_TYPEMISMATCH, VariantChangeType(&target, &null, 0, VT_I4));
+    EXPECT_EQ(DISP_E_TYPEMISMATCH, Change(CComVariant(LONG(1)), VT_NULL, target));
     CComVariant empty;
     ASSERT_EQ(S_OK, VariantChangeType(&target, &empty, 0, VT_I8));
     EXPECT_EQ(0, target.llVal);
+    ASSERT_EQ(S_OK, VariantChangeType(&target, &empty, 0, VT_BOOL));
+    EXPECT_EQ(VARIANT_FALSE, target.boolVal);
+
+    // Booleans are -1 and 0 as numbers, and numbers other than 0 are true.
+    ASSERT_EQ(S_OK, Change(CComVariant(true), VT_I4, target));
+    EXPECT_EQ(-1, target.lVal);
+    ASSERT_EQ(S_OK, Change(CComVariant(0.25f), VT_BOOL, target));
+    EXPECT_EQ(VARIANT_TRUE, target.boolVal);
+    ASSERT_EQ(S_OK, Change(CComVariant(ULONGLONG(0)), VT_BOOL, target));
+    EXPECT_EQ(VARIANT_FALSE, target.boolVal);
+    // Between integer types the range is checked, not truncated.
+    EXPECT_EQ(DISP_E_OVERFLOW, Change(CComVariant(LONG(-1)), VT_UI8, target));
+    EXPECT_EQ(DISP_E_OVERFLOW, Change(CComVariant(ULONGLONG(UINT64_MAX)), VT_I8, target));
+    ASSERT_EQ(S_OK, Change(CComVariant(ULONG(UINT32_MAX)), VT_I8, target));
+    EXPECT_EQ(4294967295, target.llVal);
+    EXPECT_EQ(DISP_E_OVERFLOW, Change(CComVariant(1e39), VT_R4, target));
+    EXPECT_EQ(DISP_E_OVERFLOW, Change(CComVariant(9223372036854775808.0), VT_I8, target));
 
     // In place: the source is replaced by its conversion.
     CComVariant inPlace(u"42");
@@ -135,19 +160,10 @@ TEST(Variant, NumericConversionsAndTheirLimits)
 
 TEST(Variant, CopiesOwnTheirStringsAndReferences)
 {
-    struct Counted : IUnknown
-    {
-        ULONG count = 1;
-        HRESULT QueryInterface(REFIID riid, void** ppv) override
-        {
-            *ppv = riid == IID_IUnknown ? this : nullptr;
-            return *ppv ? (AddRef(), S_OK) : E_NOINTERFACE;
-        }
-        ULONG AddRef() override { return ++count; }
-        ULONG Release() override { return --count; }
-    } object;
+    qmtest::CountedUnknown object;
     {
         CComVariant held(static_cast<IUnknown*>(&object));
+        EXPECT_EQ(VT_UNKNOWN, held.vt);
         EXPECT_EQ(2u, object.count);
         CComVariant copy(held);
         EXPECT_EQ(3u, object.count);
@@ -158,9 +174,50 @@ TEST(Variant, CopiesOwnTheirStringsAndReferences)
         EXPECT_EQ(3u, object.count);
         VariantClear(&raw);
         EXPECT_EQ(2u, object.count);
-        CComVariant text(u"a"), other;
-        other = text;
-        EXPECT_NE(text.bstrVal, other.bstrVal);
+        // Assigning over a held reference releases it.
+        copy = held;
+        held = CComVariant(u"a");
+        EXPECT_EQ(2u, object.count);
+        CComVariant other;
+        other = held;
+        EXPECT_NE(held.bstrVal, other.bstrVal);
+        EXPECT_EQ(u"a", qm::BstrView(other.bstrVal));
+        CComVariant moved(std::move(other));
+        EXPECT_EQ(VT_EMPTY, other.vt);
+        EXPECT_EQ(u"a", qm::BstrView(moved.bstrVal));
     }
     EXPECT_EQ(1u, object.count);
+}
+
+TEST(Variant, InterfacesConvertByQuery)
+{
+    qmtest::CountedUnknown object;
+    {
+        CComVariant unknown(static_cast<IUnknown*>(&object));
+        CComVariant dispatch;
+        ASSERT_EQ(S_OK, VariantChangeType(&dispatch, &unknown, 0, VT_DISPATCH));
+        EXPECT_EQ(VT_DISPATCH, dispatch.vt);
+        EXPECT_EQ(static_cast<IDispatch*>(&object), dispatch.pdispVal);
+        EXPECT_EQ(3u, object.count);
+        // An object that does not answer the interface keeps the destination as it was.
+        object.dispatch = false;
+        EXPECT_EQ(E_NOINTERFACE, VariantChangeType(&dispatch, &unknown, 0, VT_DISPATCH));
+        EXPECT_EQ(VT_DISPATCH, dispatch.vt);
+        EXPECT_EQ(3u, object.count);
+        CComVariant text;
+        EXPECT_EQ(DISP_E_TYPEMISMATCH, VariantChangeType(&text, &unknown, 0, VT_BSTR));
+        EXPECT_EQ(DISP_E_TYPEMISMATCH, Change(CComVariant(u"x"), VT_UNKNOWN, text));
+        // A null reference converts to a null reference.
+        CComVariant null(static_cast<IDispatch*>(nullptr));
+        ASSERT_EQ(S_OK, VariantChangeType(&text, &null, 0, VT_UNKNOWN));
+        EXPECT_EQ(VT_UNKNOWN, text.vt);
+        EXPECT_EQ(nullptr, text.punkVal);
+    }
+    EXPECT_EQ(1u, object.count);
+
+    // The operations of IDispatch are not implemented, and say so.
+    UINT count = 5;
+    EXPECT_EQ(E_NOTIMPL, object.GetTypeInfoCount(&count));
+    EXPECT_EQ(0u, count);
+    EXPECT_EQ(E_NOTIMPL, object.Invoke(0, IID_IUnknown, 0, 0, nullptr, nullptr, nullptr, nullptr));
 }

@@ -55,6 +55,11 @@ public:
         CComBSTR(text).Swap(*this);
         return *this;
     }
+    CComBSTR& operator=(const OLECHAR* text)
+    {
+        CComBSTR(text).Swap(*this);
+        return *this;
+    }
 
     void Swap(CComBSTR& other) noexcept { std::swap(m_str, other.m_str); }
     operator BSTR() const noexcept { return m_str; }

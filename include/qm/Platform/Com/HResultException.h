@@ -12,12 +12,14 @@ namespace qm
 class HResultException : public std::exception
 {
 public:
-    explicit HResultException(HRESULT result) noexcept : m_result(result) {}
+    explicit HResultException(HRESULT result) noexcept;
     HRESULT Result() const noexcept { return m_result; }
-    const char* what() const noexcept override;
+    // "HRESULT 0x8007000E".
+    const char* what() const noexcept override { return m_text; }
 
 private:
     HRESULT m_result;
+    char m_text[20];
 };
 
 [[noreturn]] void ThrowHResult(HRESULT result);

@@ -111,6 +111,18 @@ ComPtr<T> MakeObject(Args&&... args)
     result.Attach(new (std::nothrow) T(std::forward<Args>(args)...));
     return result;
 }
+
+// The same for an out-parameter: *out gets the initial reference as Interface; E_POINTER
+// for a null out, E_OUTOFMEMORY (and null) on exhaustion.
+template <class T, class Interface, class... Args>
+HRESULT CreateObject(Interface** out, Args&&... args)
+{
+    if (out == nullptr)
+        return E_POINTER;
+    T* object = new (std::nothrow) T(std::forward<Args>(args)...);
+    *out = object;
+    return object ? S_OK : E_OUTOFMEMORY;
+}
 } // namespace qm
 
 // The three operations of IUnknown for a class derived from CComObjectRootEx and the

@@ -77,12 +77,15 @@ HRESULT VariantCopy(VARIANT* destination, const VARIANT* source);
 // Converts to vt: integers and floats from text are strict (surrounding blanks and a sign
 // allowed; anything else DISP_E_TYPEMISMATCH, out of range DISP_E_OVERFLOW); booleans
 // read "true"/"false" in any case or a number; booleans become "True"/"False"; floats
-// become their shortest round-trip text. destination may be source.
+// become their shortest round-trip text; VT_EMPTY reads as 0, "" or false; VT_NULL
+// converts to nothing else. The flags change nothing: booleans always become words.
+// destination may be source; on failure it is left as it was.
 HRESULT VariantChangeType(VARIANT* destination, const VARIANT* source, USHORT flags, VARTYPE vt);
 // The same conversions: the locale is not consulted.
 HRESULT VariantChangeTypeEx(VARIANT* destination, const VARIANT* source, LCID lcid, USHORT flags, VARTYPE vt);
 
-// Owns one VARIANT.
+// Owns one VARIANT. Copies and strings that cannot be allocated throw
+// qm::HResultException(E_OUTOFMEMORY).
 class CComVariant : public VARIANT
 {
 public:
