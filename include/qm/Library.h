@@ -10,6 +10,7 @@
 #include "qm/Platform/Com/CoTaskMem.h"
 #include "qm/Platform/Com/ComPtr.h"
 #include "qm/Platform/Com/Dispatch.h"
+#include "qm/Platform/Com/EnumString.h"
 #include "qm/Platform/Com/Guid.h"
 #include "qm/Platform/Com/HResult.h"
 #include "qm/Platform/Com/HResultException.h"
