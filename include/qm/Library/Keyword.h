@@ -1,0 +1,16 @@
+// A keyword: a value under a category. Comparisons ignore case.
+#pragma once
+
+#include "qm/Platform/Types.h"
+
+#include <utility>
+
+struct Keyword : std::pair<wstring, wstring>
+{
+    using std::pair<wstring, wstring>::pair;
+    Keyword() = default;
+    Keyword(wstring category, wstring value) : std::pair<wstring, wstring>(std::move(category), std::move(value)) {}
+
+    // Both the category and the value are given.
+    bool IsValid() const noexcept { return !first.empty() && !second.empty(); }
+};
