@@ -54,6 +54,14 @@ inline HRESULT LastErrorFailure(const char* file, int line, const char16_t* cond
         }                                                                                            \
     } while (0)
 
+// The same report for a check that must not end the operation; gives the condition.
+#define QMReportCondition(cond)                                                                      \
+    ((cond) ? true                                                                                   \
+            : (::qm::log::Enabled(1) ? (void)::qm_log::_report_condW0(::qm::log::kModule, 1, __FILE__, __LINE__, \
+                                                                 QM_WIDE_TEXT(cond), u"QMCheckCondition: ") \
+                                     : void(),                                                       \
+               false))
+
 // A failed step: logs it and returns its result.
 #define QMCheckHRESULT(expr)                                                                         \
     do                                                                                               \

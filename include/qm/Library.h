@@ -1,6 +1,17 @@
 // Everything a host compiles against.
 #pragma once
 
+#include "qm/Library/CLibraryItem.h"
+#include "qm/Library/Culture.h"
+#include "qm/Library/Document.h"
+#include "qm/Library/Keyword.h"
+#include "qm/Library/KeywordMap.h"
+#include "qm/Library/LibraryItem.h"
+#include "qm/Library/LibraryItemCollection.h"
+#include "qm/Library/LibraryItemFactory.h"
+#include "qm/Library/MediaEngine.h"
+#include "qm/Library/MetadataExtensions.h"
+#include "qm/Library/Repository.h"
 #include "qm/LibrarySettings.h"
 #include "qm/Logging.h"
 #include "qm/MetadataCore.h"
@@ -23,6 +34,7 @@
 #include "qm/Platform/Kernel/Time.h"
 #include "qm/Platform/Shell/FileOperation.h"
 #include "qm/Platform/Shell/ShellItem.h"
+#include "qm/Platform/Text/CaseFolding.h"
 #include "qm/Platform/Text/Utf8Conversion.h"
 #include "qm/Platform/Types.h"
 #include "qm/Platform/Xml/XmlDom.h"

@@ -1,5 +1,6 @@
 // The module's static values, in the order they come up at load; they go down in the
 // reverse order at unload, the stored service provider last.
+#include "DataAccess/Library/MDExtensionFactory.h"
 #include "DataAccess/Library/ModuleFrame.h"
 
 namespace Quillmar::Library::Native
@@ -9,8 +10,9 @@ namespace
 // 1. The module frame.
 ModuleFrame g_moduleFrame;
 
-// 2. The registration of the metadata extension kinds comes here, from their one ordered
-//    table, since the order of registration is the order of their nodes in files.
+// 2. The metadata extension kinds, from their one ordered table: the order of
+//    registration is the order of their nodes in files.
+const bool g_extensionKindsRegistered = RegisterExtensionKinds();
 
 // 3. The XML names of keywords.
 const ConstantBstr g_name(u"name");

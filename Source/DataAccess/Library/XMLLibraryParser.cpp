@@ -5,6 +5,7 @@
 #include "Platform/Text/Format.h"
 #include "Platform/Text/Scan.h"
 #include "qm/Platform/Com/ComPtr.h"
+#include "qm/Platform/Kernel/Time.h"
 
 namespace Quillmar::Library::Native
 {
@@ -185,6 +186,35 @@ HRESULT ReadInt64Attribute(IXMLDOMElement* element, wstring_view name, std::int6
 HRESULT ReadInt32Attribute(IXMLDOMElement* element, wstring_view name, std::int32_t& value)
 {
     return ReadIntegerAttribute(element, name, VT_I4, &VARIANT::lVal, value);
+}
+
+wstring FormatAbsoluteTime(const FILETIME& time)
+{
+    SYSTEMTIME st{};
+    if (!FileTimeToSystemTime(&time, &st))
+        return {};
+    return qm::FormatW(u"%04d.%02d.%02dT%02d:%02d:%02d.%03d", st.wYear, st.wMonth, st.wDay, st.wHour, st.wMinute,
+                       st.wSecond, st.wMilliseconds);
+}
+
+HRESULT ParseAbsoluteTime(wstring_view text, FILETIME& time)
+{
+    wstring compact;
+    for (const char16_t c : text)
+        if (c != u' ' && c != u'\t' && c != u'\r' && c != u'\n' && c != u'-' && c != u':' && c != u'.')
+            compact += c;
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
+    if (qm::ScanW(compact.c_str(), u"%04d%02d%02dT%02d%02d%02d%03d", &year, &month, &day, &hour, &minute, &second,
+                  &millisecond) < 6)
+        return E_FAIL;
+    const SYSTEMTIME st{static_cast<WORD>(year),   static_cast<WORD>(month),  0,
+                        static_cast<WORD>(day),    static_cast<WORD>(hour),   static_cast<WORD>(minute),
+                        static_cast<WORD>(second), static_cast<WORD>(millisecond)};
+    FILETIME parsed{};
+    if (!SystemTimeToFileTime(&st, &parsed))
+        return E_FAIL;
+    time = parsed;
+    return S_OK;
 }
 
 wstring FormatYesNo(bool value) { return value ? u"yes" : u"no"; }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Platform/Xml/XmlDocumentHelpers.h"
+#include "qm/Platform/Kernel/FileTime.h"
 #include "qm/Platform/Xml/XmlDom.h"
 
 namespace Quillmar::Library::Native
@@ -33,6 +34,11 @@ bool ScanInt64Text(wstring_view text, std::int64_t& value);
 // a conversion failure its result, and value is unchanged then.
 HRESULT ReadInt64Attribute(IXMLDOMElement* element, wstring_view name, std::int64_t& value);
 HRESULT ReadInt32Attribute(IXMLDOMElement* element, wstring_view name, std::int32_t& value);
+// The absolute time form of a UTC file time: "2020.01.02T03:04:05.678". The reader drops
+// blanks, "-", ":" and "." first, and needs at least the six fields down to the second;
+// E_FAIL, and time unchanged, otherwise.
+wstring FormatAbsoluteTime(const FILETIME& time);
+HRESULT ParseAbsoluteTime(wstring_view text, FILETIME& time);
 // "yes" or "no"; only "yes", exactly, reads as true.
 wstring FormatYesNo(bool value);
 bool IsYes(wstring_view text);

@@ -1,6 +1,6 @@
 #include "Platform/Text/NumberText.h"
 
-#include "Platform/Text/CaseFolding.h"
+#include "qm/Platform/Text/CaseFolding.h"
 
 #include <algorithm>
 #include <charconv>

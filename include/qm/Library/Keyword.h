@@ -7,7 +7,6 @@
 
 struct Keyword : std::pair<wstring, wstring>
 {
-    using std::pair<wstring, wstring>::pair;
     Keyword() = default;
     Keyword(wstring category, wstring value) : std::pair<wstring, wstring>(std::move(category), std::move(value)) {}
 

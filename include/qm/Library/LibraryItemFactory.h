@@ -5,6 +5,7 @@
 #include "qm/Library/Culture.h"
 #include "qm/Library/Document.h"
 #include "qm/Library/LibraryItemCollection.h"
+#include "qm/Library/MetadataExtensions.h"
 #include "qm/Library/Repository.h"
 #include "qm/Platform/Shell/FileOperation.h"
 

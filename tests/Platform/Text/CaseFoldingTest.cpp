@@ -1,4 +1,4 @@
-#include "Platform/Text/CaseFolding.h"
+#include "qm/Platform/Text/CaseFolding.h"
 
 #include <gtest/gtest.h>
 

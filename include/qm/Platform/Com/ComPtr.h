@@ -115,6 +115,8 @@ public:
     friend bool operator==(const ComPtr& a, const ComPtr& b) noexcept { return a.m_ptr == b.m_ptr; }
     friend bool operator==(const ComPtr& a, std::nullptr_t) noexcept { return a.m_ptr == nullptr; }
     friend bool operator==(const ComPtr& a, const T* b) noexcept { return a.m_ptr == b; }
+    // "p != 0", as the checks of the library spell it.
+    friend bool operator==(const ComPtr& a, int zero) noexcept { return zero == 0 && a.m_ptr == nullptr; }
 
 private:
     void InternalAddRef() const noexcept

@@ -1,0 +1,171 @@
+#include "DataAccess/Library/MDAudioMatrix.h"
+
+#include "DataAccess/Library/XmlNodeAccess.h"
+#include "Logging/QMLog.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace Quillmar::Library::Native::details
+{
+namespace
+{
+constexpr wstring_view kNodeName = u"AudioMatrix";
+constexpr wstring_view kOutputName = u"Output";
+constexpr wstring_view kOutputsQuery = u"AudioMatrix/Output";
+
+// A channel's index is its place here, in the order of the speaker positions of a channel
+// mask. Top front left is "tlf".
+constexpr std::array<wstring_view, 18> kChannelCodes = {
+    u"fl", u"fr", u"fc", u"lf", u"bl", u"br", u"flc", u"frc", u"bc",
+    u"sl", u"sr", u"tc", u"tlf", u"tfc", u"tfr", u"tbl", u"tbc", u"tbr",
+};
+
+std::optional<std::uint32_t> ChannelOfCode(wstring_view code)
+{
+    const auto it = std::find(kChannelCodes.begin(), kChannelCodes.end(), code);
+    if (it == kChannelCodes.end())
+        return std::nullopt;
+    return static_cast<std::uint32_t>(it - kChannelCodes.begin());
+}
+} // namespace
+
+void CMDAudioMatrix::put_OutputCount(std::uint64_t count)
+{
+    if (count == m_outputs.size())
+        return;
+    // A new count starts over, also when it grows: the identity, channel i to output i.
+    m_outputs.assign(count, Output{});
+    for (std::uint64_t i = 0; i < count; ++i)
+        SetGain(static_cast<std::uint32_t>(i), i, 1.0f);
+    m_dirty = true;
+}
+
+float CMDAudioMatrix::GetGain(std::uint32_t channel, std::uint64_t output)
+{
+    if (output >= m_outputs.size())
+        return 0.0f;
+    const auto it = m_outputs[output].find(channel);
+    return it == m_outputs[output].end() ? 0.0f : it->second;
+}
+
+void CMDAudioMatrix::SetGain(std::uint32_t channel, std::uint64_t output, float gain)
+{
+    if (output >= m_outputs.size())
+        return;
+    float& entry = m_outputs[output].try_emplace(channel, 0.0f).first->second;
+    if (entry == gain)
+        return;
+    entry = gain;
+    m_dirty = true;
+}
+
+std::vector<std::vector<float>> CMDAudioMatrix::GetMatrix()
+{
+    const size_t n = m_outputs.size();
+    std::vector<std::vector<float>> matrix(n, std::vector<float>(n, 0.0f));
+    for (size_t i = 0; i < n; ++i)
+    {
+        auto& row = matrix[i];
+        for (const auto& [channel, gain] : m_outputs[i])
+        {
+            if (!(gain > 0.0f))
+                continue;
+            if (channel >= row.size())
+                row.resize(size_t{channel} + 1, 0.0f);
+            row[channel] = gain;
+        }
+    }
+    return matrix;
+}
+
+HRESULT CMDAudioMatrix::WriteOutput(IXMLDOMDocument* document, IXMLDOMElement* matrix, const Output& output)
+{
+    ComPtr<IXMLDOMElement> element;
+    QMCheckHRESULT(CreateElement(document, kOutputName, element));
+    for (const auto& [channel, gain] : output)
+    {
+        // Only what is heard is written; a channel beyond the table has no name to go under.
+        if (gain > 0.0f && channel < kChannelCodes.size())
+            QMCheckHRESULT(SetAttribute(element.Get(), kChannelCodes[channel], CComVariant(gain)));
+    }
+    QMCheckHRESULT(matrix->appendChild(element.Get(), nullptr));
+    return S_OK;
+}
+
+HRESULT CMDAudioMatrix::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
+{
+    QMCheckCondition(parentNode != 0, E_INVALIDARG);
+    if (!m_dirty)
+        return S_FALSE;
+    QMCheckHRESULT(Delete(parentNode, pLibraryItem));
+    ComPtr<IXMLDOMElement> pNode;
+    AsElement(parentNode, pNode);
+    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+    ComPtr<IXMLDOMDocument> pDoc;
+    OwnerDocument(parentNode, pDoc);
+    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
+    if (!m_outputs.empty())
+    {
+        ComPtr<IXMLDOMElement> matrix;
+        QMCheckHRESULT(CreateElement(pDoc.Get(), kNodeName, matrix));
+        for (const Output& output : m_outputs)
+            QMCheckHRESULT(WriteOutput(pDoc.Get(), matrix.Get(), output));
+        QMCheckHRESULT(pNode->appendChild(matrix.Get(), nullptr));
+    }
+    m_dirty = false;
+    return S_OK;
+}
+
+HRESULT CMDAudioMatrix::ReadOutput(IXMLDOMNode* node, Output& output)
+{
+    ComPtr<IXMLDOMNamedNodeMap> attributes;
+    QMCheckHRESULT(node->get_attributes(attributes.GetAddressOf()));
+    if (!attributes)
+        return S_OK;
+    LONG length = 0;
+    QMCheckHRESULT(attributes->get_length(&length));
+    for (LONG i = 0; i < length; ++i)
+    {
+        ComPtr<IXMLDOMNode> attribute;
+        QMCheckHRESULT(attributes->get_item(i, attribute.GetAddressOf()));
+        CComBSTR name;
+        QMCheckHRESULT(attribute->get_nodeName(name.GetAddressOf()));
+        const auto channel = ChannelOfCode(name.View());
+        if (!channel)
+            continue;
+        CComVariant value;
+        QMCheckHRESULT(attribute->get_nodeValue(&value));
+        CComVariant gain;
+        if (FAILED(VariantChangeType(&gain, &value, 0, VT_R4)))
+            continue;
+        // A channel named twice keeps its first gain.
+        output.try_emplace(*channel, gain.fltVal);
+    }
+    return S_OK;
+}
+
+HRESULT CMDAudioMatrix::Load(IXMLDOMNode* parentNode, ILibraryItem*)
+{
+    QMCheckCondition(parentNode != nullptr, E_INVALIDARG);
+    m_outputs.clear();
+    m_dirty = false;
+    NodeList nodes;
+    QMCheckHRESULT(SelectNodes(parentNode, kOutputsQuery, nodes));
+    m_outputs.reserve(nodes.size());
+    for (const auto& node : nodes)
+    {
+        Output output;
+        QMCheckHRESULT(ReadOutput(node.Get(), output));
+        m_outputs.push_back(std::move(output));
+    }
+    return S_OK;
+}
+
+HRESULT CMDAudioMatrix::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
+{
+    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    return S_OK;
+}
+} // namespace Quillmar::Library::Native::details

@@ -1,0 +1,42 @@
+// How the audio channels of a clip mix into output channels: per output, a sparse set of
+// input channels with a gain. Kept in the clip's "AudioMatrix" element, one "Output" child
+// per output and one attribute per gain, named by the channel's code.
+#pragma once
+
+#include "DataAccess/Library/MDExtension.h"
+
+#include <map>
+
+namespace Quillmar::Library::Native::details
+{
+class CMDAudioMatrix : public MDExtension<CMDAudioMatrix, IMDAudioMatrix>
+{
+public:
+    static constexpr GUID kType = MDTYPE_AudioMatrix;
+    static constexpr bool kCanUnload = true;
+
+    CMDAudioMatrix() = default;
+
+    // The one kind that cannot be copied.
+    HRESULT Clone(IMDExtension**, int) override { return E_NOTIMPL; }
+
+    std::uint64_t get_OutputCount() override { return m_outputs.size(); }
+    void put_OutputCount(std::uint64_t count) override;
+    float GetGain(std::uint32_t channel, std::uint64_t output) override;
+    void SetGain(std::uint32_t channel, std::uint64_t output, float gain) override;
+    std::vector<std::vector<float>> GetMatrix() override;
+
+    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
+    HRESULT Load(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
+    HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
+
+private:
+    // Input channel index to gain, ascending.
+    using Output = std::map<std::uint32_t, float>;
+
+    static HRESULT WriteOutput(IXMLDOMDocument* document, IXMLDOMElement* matrix, const Output& output);
+    static HRESULT ReadOutput(IXMLDOMNode* node, Output& output);
+
+    std::vector<Output> m_outputs;
+};
+} // namespace Quillmar::Library::Native::details

@@ -1,0 +1,40 @@
+// The common part of every extension kind: the reference count, the interface table
+// (the typed interface, IMDExtension, IPersistMDExtension), a module lock for the
+// object's life, the dirty flag, and the type GUID and unload rule of the kind.
+// Derived defines kType and kCanUnload.
+#pragma once
+
+#include "Platform/Com/ModuleLock.h"
+#include "qm/Library/MetadataExtensions.h"
+#include "qm/Platform/Com/ObjectRoot.h"
+
+namespace Quillmar::Library::Native
+{
+template <class Derived, class TypedInterface>
+class MDExtension : public Standard::CComObjectRootEx<Standard::CComMultiThreadModel>,
+                    public TypedInterface,
+                    public IPersistMDExtension
+{
+public:
+    QM_IUNKNOWN_IMPL(Derived, TypedInterface, IMDExtension, IPersistMDExtension)
+
+    GUID GetExtensionType() override { return Derived::kType; }
+    bool CanUnload() override { return Derived::kCanUnload; }
+    bool IsDirty() override { return m_dirty; }
+
+    // A new empty object of the kind, as the registry's creator hands it out.
+    static HRESULT Create(IMDExtension** ppExtension)
+    {
+        return qm::CreateObject<Derived>(ppExtension);
+    }
+
+protected:
+    MDExtension() = default;
+    virtual ~MDExtension() = default;
+
+    bool m_dirty = false;
+
+private:
+    qm::ModuleLock m_moduleLock;
+};
+} // namespace Quillmar::Library::Native

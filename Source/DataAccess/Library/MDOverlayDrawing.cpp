@@ -1,0 +1,80 @@
+#include "DataAccess/Library/MDOverlayDrawing.h"
+
+#include "DataAccess/Library/XmlNodeAccess.h"
+#include "Logging/QMLog.h"
+
+namespace Quillmar::Library::Native
+{
+namespace
+{
+constexpr wstring_view kNodeName = u"OverlayDrawing";
+} // namespace
+
+HRESULT CMDOverlayDrawing::Clone(IMDExtension** ppExtension, int)
+{
+    QMCheckCondition(ppExtension != 0, E_POINTER);
+    auto copy = qm::MakeObject<CMDOverlayDrawing>();
+    QMCheckCondition(copy, E_OUTOFMEMORY);
+    copy->m_text = m_text;
+    // A clip that receives the copy writes the drawing at its next save.
+    copy->m_dirty = true;
+    *ppExtension = copy.Detach();
+    return S_OK;
+}
+
+HRESULT CMDOverlayDrawing::put_Drawing(LPCWSTR value)
+{
+    m_text = value;
+    m_dirty = true;
+    return S_OK;
+}
+
+HRESULT CMDOverlayDrawing::get_Drawing(BSTR* pVal)
+{
+    QMCheckCondition(pVal != 0, E_POINTER);
+    return m_text.CopyTo(pVal);
+}
+
+HRESULT CMDOverlayDrawing::Save(IXMLDOMNode* parentNode, ILibraryItem*)
+{
+    QMCheckCondition(parentNode != 0, E_INVALIDARG);
+    if (!m_dirty)
+        return S_FALSE;
+    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    ComPtr<IXMLDOMDocument> pDoc;
+    OwnerDocument(parentNode, pDoc);
+    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
+    ComPtr<IXMLDOMElement> pNode;
+    QMCheckHRESULT(CreateElement(pDoc.Get(), kNodeName, pNode));
+    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+    // An empty drawing leaves no element behind.
+    if (m_text.Length() > 0)
+    {
+        QMCheckHRESULT(AppendCData(pNode.Get(), m_text.View()));
+        QMCheckHRESULT(parentNode->appendChild(pNode.Get(), nullptr));
+    }
+    m_dirty = false;
+    return S_OK;
+}
+
+HRESULT CMDOverlayDrawing::Load(IXMLDOMNode* parentNode, ILibraryItem* pItem)
+{
+    QMCheckCondition(pItem != 0, E_INVALIDARG);
+    m_text.Empty();
+    ComPtr<IXMLDOMNode> drawingNode;
+    const HRESULT found = SelectNode(parentNode, kNodeName, drawingNode);
+    QMCheckHRESULT(found);
+    if (found == S_FALSE)
+        return E_FAIL;
+    QMCheckHRESULT(drawingNode->get_text(m_text.GetAddressOf()));
+    return S_OK;
+}
+
+HRESULT CMDOverlayDrawing::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
+{
+    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    // The text stays, so that a later save of this object writes it again.
+    m_dirty = true;
+    return S_OK;
+}
+} // namespace Quillmar::Library::Native
