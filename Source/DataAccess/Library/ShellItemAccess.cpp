@@ -35,6 +35,7 @@ HRESULT StringProperty(IShellItem* item, const PROPERTYKEY& key, wstring& value)
     if (FAILED(hr))
         return hr;
     LPWSTR text = nullptr;
-    return TakeText(item2->GetString(key, &text), text, value);
+    const HRESULT got = item2->GetString(key, &text);
+    return TakeText(got, text, value);
 }
 } // namespace Quillmar::Library::Native
