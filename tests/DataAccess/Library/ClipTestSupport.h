@@ -76,7 +76,7 @@ private:
 class ClipTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_EQ(CreateLibraryItemFactory(m_factory.GetAddressOf()), S_OK); }
+    void SetUp() override { ASSERT_EQ(CreateLibraryItemFactory(m_factory.ReleaseAndGetAddressOf()), S_OK); }
     void TearDown() override
     {
         ComPtr<Quillmar::Library::Native::ILibraryItemFactoryEx> ex;

@@ -243,8 +243,12 @@ TEST_F(FactoryTest, ThreadsLookingUpOverlappingPathsShareOneItemPerPath)
         const auto item = Get(paths[p]);
         for (int t = 0; t < 8; ++t)
             for (int round = 0; round < 20; ++round)
+            {
                 if ((t + round) % paths.size() == p)
+                {
                     EXPECT_EQ(seen[t][round], item.Get());
+                }
+            }
     }
 }
 
