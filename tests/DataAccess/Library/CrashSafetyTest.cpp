@@ -21,11 +21,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define QM_CRASH_TEST_ASAN 1
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define QM_CRASH_TEST_SANITIZED 1
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QM_CRASH_TEST_ASAN 1
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define QM_CRASH_TEST_SANITIZED 1
 #endif
 #endif
 
@@ -54,7 +54,7 @@ enum ChildExit
 
 int KillCount()
 {
-#ifdef QM_CRASH_TEST_ASAN
+#ifdef QM_CRASH_TEST_SANITIZED
     return 200;
 #else
     return std::getenv("QM_SANITIZED_BUILD") ? 200 : 300;
