@@ -2,6 +2,7 @@
 // goes and comes back, deletes and renames with the side files, and lookups from threads.
 #include "DataAccess/Library/ClipTestSupport.h"
 #include "Platform/Shell/Trash.h"
+#include "qm/LibrarySettings.h"
 
 #include <filesystem>
 #include <thread>
@@ -280,4 +281,33 @@ TEST_F(FactoryTest, LinkedItemsComeThroughTheCache)
     ASSERT_EQ(linked.size(), 2u);
     EXPECT_FALSE(linked[0]);
     EXPECT_EQ(linked[1].Get(), other.Get());
+}
+
+TEST_F(FactoryTest, SmallObjectsAndValuesOfTheFactory)
+{
+    ComPtr<IMDDataBlob> blob;
+    EXPECT_EQ(m_factory->CreateExtensionObject(MDTYPE_DataBlob, IID_IMDDataBlob, reinterpret_cast<void**>(blob.GetAddressOf())),
+              S_OK);
+    void* none = nullptr;
+    EXPECT_EQ(m_factory->CreateExtensionObject(IID_IUnknown, IID_IUnknown, &none), E_FAIL);
+
+    ComPtr<IDeviceTrack> track;
+    ASSERT_EQ(m_factory->CreateDeviceTrack(track.GetAddressOf()), S_OK);
+    track->put_Name(u"GPS");
+    EXPECT_EQ(track->get_Name(), u"GPS");
+
+    EXPECT_EQ(m_factory->ParseValueList(u"a; \"b;c\";; d\"\"e"), (std::vector<std::u16string>{u"a", u"b;c", u"d\"e"}));
+
+    WCHAR buffer[64];
+    EXPECT_EQ(m_factory->GetIndexFilePath(u"/v/a.mpg", buffer, 64), E_UNEXPECTED);
+    Quillmar::Library::Native::LibrarySettings::SaveMPEGIndexAsSideCarFile(true);
+    EXPECT_EQ(m_factory->GetIndexFilePath(u"/v/a.mpg", buffer, 64), S_OK);
+    EXPECT_EQ(std::u16string(buffer), u"/v/a.mpg.qmidx");
+    EXPECT_TRUE(FAILED(m_factory->GetIndexFilePath(u"/v/a.mpg", buffer, 8)));
+    Quillmar::Library::Native::LibrarySettings::SaveMPEGIndexAsSideCarFile(false);
+
+    ComPtr<ILibraryRepository> repository;
+    EXPECT_EQ(m_factory->CreateRepository(repository.GetAddressOf()), E_NOTIMPL);
+    EXPECT_EQ(m_factory->StopIndexing(), S_OK);
+    EXPECT_EQ(m_factory->ReleaseIndexes(), S_OK);
 }
