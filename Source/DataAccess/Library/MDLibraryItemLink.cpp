@@ -38,6 +38,10 @@ wstring ResolvedLocation(const wstring& text, const wstring& mediaPath)
     return PathCombineW(folder, text);
 }
 
+// No list of linked clips is this long; a larger index read from a file makes no gap, so
+// that a hostile Index cannot ask for gigabytes of null entries.
+constexpr std::int32_t kMaxIndexGap = 1 << 16;
+
 // Places clips by their order key: -1 first and appended as they come, n at position n
 // when the list is not yet longer, with null entries in the gap.
 std::vector<ComPtr<ILibraryItem>> PlaceByIndex(std::vector<std::pair<ComPtr<ILibraryItem>, std::int32_t>>& pairs)
@@ -46,7 +50,7 @@ std::vector<ComPtr<ILibraryItem>> PlaceByIndex(std::vector<std::pair<ComPtr<ILib
     std::vector<ComPtr<ILibraryItem>> result;
     for (auto& [item, key] : pairs)
     {
-        if (key != -1 && static_cast<std::int64_t>(result.size()) < key)
+        if (key != -1 && key <= kMaxIndexGap && static_cast<std::int64_t>(result.size()) < key)
             result.resize(static_cast<size_t>(key));
         result.push_back(std::move(item));
     }

@@ -281,6 +281,10 @@ TEST_F(FactoryTest, LinkedItemsComeThroughTheCache)
     ASSERT_EQ(linked.size(), 2u);
     EXPECT_FALSE(linked[0]);
     EXPECT_EQ(linked[1].Get(), other.Get());
+
+    // An index far beyond any list, as a damaged file may hold, opens no gap.
+    ASSERT_EQ(link->AddLinkedItem(u"FAR", other.Get(), 2000000000), S_OK);
+    EXPECT_EQ(link->get_LinkedItems(m_factory.Get(), u"FAR", false).size(), 1u);
 }
 
 TEST_F(FactoryTest, SmallObjectsAndValuesOfTheFactory)
