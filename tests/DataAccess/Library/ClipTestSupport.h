@@ -1,16 +1,15 @@
 // A folder with media files and a factory over it, for the tests of clips.
 #pragma once
 
+#include "Support/LogCapture.h"
 #include "Support/TempDir.h"
 #include "qm/Library/CLibraryItem.h"
 #include "qm/Library/LibraryItemFactory.h"
-#include "qm/Logging.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <iterator>
-#include <mutex>
 #include <regex>
 
 namespace qmtest
@@ -32,46 +31,6 @@ inline std::string WithoutIds(const std::string& text)
     static const std::regex guid("\\{[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\}");
     return std::regex_replace(text, guid, "{ID}");
 }
-
-// Collects the library's reports at every level for the life of a scope.
-class LogCapture
-{
-public:
-    LogCapture() : m_level(qm_log::get_report_level(0))
-    {
-        qm_log::SetReportLevel(5);
-        qm_log::SetReportSink(&Record, this);
-    }
-    ~LogCapture()
-    {
-        qm_log::SetReportSink(nullptr, nullptr);
-        qm_log::SetReportLevel(m_level);
-    }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
-    // The number of reports of that level whose text contains the part.
-    int Count(int level, const std::string& part) const
-    {
-        std::lock_guard lock(m_mutex);
-        int count = 0;
-        for (const auto& [reportLevel, text] : m_reports)
-            count += reportLevel == level && text.find(part) != std::string::npos;
-        return count;
-    }
-
-private:
-    static void Record(int level, const char*, int, const char* text, void* context)
-    {
-        auto* self = static_cast<LogCapture*>(context);
-        std::lock_guard lock(self->m_mutex);
-        self->m_reports.emplace_back(level, text);
-    }
-
-    int m_level;
-    mutable std::mutex m_mutex;
-    std::vector<std::pair<int, std::string>> m_reports;
-};
 
 class ClipTest : public ::testing::Test
 {

@@ -2,9 +2,9 @@
 // load keeps.
 #include "DataAccess/Library/MDAudioMatrix.h"
 
-#include "DataAccess/Library/StubLibraryItem.h"
-#include "Platform/Xml/XmlTestSupport.h"
-#include "qm/Logging.h"
+#include "DataAccess/Library/ExtensionTestSupport.h"
+
+#include <vector>
 
 using namespace Quillmar::Library::Native::details;
 using namespace qmtest;
@@ -13,21 +13,9 @@ namespace
 {
 using Matrix = std::vector<std::vector<float>>;
 
-class MDAudioMatrixTest : public testing::Test
+class MDAudioMatrixTest : public ExtensionTest
 {
 protected:
-    MDAudioMatrixTest() { qm_log::SetReportSink(&Ignore, nullptr); }
-    ~MDAudioMatrixTest() override { qm_log::SetReportSink(nullptr, nullptr); }
-    static void Ignore(int, const char*, int, const char*, void*) {}
-
-    ComPtr<IXMLDOMNode> Clip(std::u16string_view children)
-    {
-        m_document = LoadXml(u"<LIBRARY_ITEM><NAME>c</NAME>" + std::u16string(children) + u"</LIBRARY_ITEM>");
-        ComPtr<IXMLDOMElement> root;
-        m_document->get_documentElement(root.GetAddressOf());
-        return root;
-    }
-
     ComPtr<CMDAudioMatrix> Reload(IXMLDOMNode* clip)
     {
         auto matrix = qm::MakeObject<CMDAudioMatrix>();
@@ -35,15 +23,13 @@ protected:
         return matrix;
     }
 
-    ComPtr<IXMLDOMDocument2> m_document;
-    ComPtr<StubLibraryItem> m_item = qm::MakeObject<StubLibraryItem>(u"/media/c.mp4");
     ComPtr<CMDAudioMatrix> m_matrix = qm::MakeObject<CMDAudioMatrix>();
 };
 } // namespace
 
 TEST_F(MDAudioMatrixTest, ANewCountStartsOverWithTheIdentity)
 {
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     EXPECT_EQ(0u, m_matrix->get_OutputCount());
     EXPECT_EQ(S_FALSE, m_matrix->Save(clip.Get(), m_item.Get()));
 
@@ -68,7 +54,7 @@ TEST_F(MDAudioMatrixTest, ANewCountStartsOverWithTheIdentity)
 
 TEST_F(MDAudioMatrixTest, OnlyGainsAboveZeroAreWrittenOrShownInTheMatrix)
 {
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     m_matrix->put_OutputCount(1);
     m_matrix->SetGain(5, 0, 0.25f);
     // Channel 5 lies beyond one output: its row grows to hold it.
@@ -95,7 +81,7 @@ TEST_F(MDAudioMatrixTest, OnlyGainsAboveZeroAreWrittenOrShownInTheMatrix)
 
 TEST_F(MDAudioMatrixTest, LoadReadsKnownCodesOfEveryOutput)
 {
-    const auto clip = Clip(u"<AudioMatrix><Output fl=\"0.5\" xx=\"1\" FR=\"1\" fc=\"loud\" tlf=\" 2 \"/>"
+    const auto clip = ClipNode(u"<AudioMatrix><Output fl=\"0.5\" xx=\"1\" FR=\"1\" fc=\"loud\" tlf=\" 2 \"/>"
                            u"<Output/></AudioMatrix><AudioMatrix><Output tbr=\"0.125\"/></AudioMatrix>");
     const auto loaded = Reload(clip.Get());
     EXPECT_FALSE(loaded->IsDirty());
@@ -119,7 +105,7 @@ TEST_F(MDAudioMatrixTest, LoadReadsKnownCodesOfEveryOutput)
 
 TEST_F(MDAudioMatrixTest, AnEmptyMatrixRemovesItsElementAndCannotBeCloned)
 {
-    const auto clip = Clip(u"<AudioMatrix><Output fl=\"1\"/></AudioMatrix><ID>x</ID>");
+    const auto clip = ClipNode(u"<AudioMatrix><Output fl=\"1\"/></AudioMatrix><ID>x</ID>");
     const auto loaded = Reload(clip.Get());
     ASSERT_EQ(1u, loaded->get_OutputCount());
 
@@ -130,7 +116,7 @@ TEST_F(MDAudioMatrixTest, AnEmptyMatrixRemovesItsElementAndCannotBeCloned)
     EXPECT_EQ(1.0f, loaded->GetGain(0, 0));
     EXPECT_EQ(S_FALSE, loaded->Save(clip.Get(), m_item.Get()));
 
-    const auto again = Clip(u"<AudioMatrix><Output fl=\"1\"/></AudioMatrix><ID>x</ID>");
+    const auto again = ClipNode(u"<AudioMatrix><Output fl=\"1\"/></AudioMatrix><ID>x</ID>");
     const auto emptied = Reload(again.Get());
     emptied->put_OutputCount(0);
     EXPECT_TRUE(emptied->IsDirty());

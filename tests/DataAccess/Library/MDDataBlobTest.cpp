@@ -1,36 +1,18 @@
 // Named text blobs of a clip: their elements, their order, and what a load keeps.
 #include "DataAccess/Library/MDDataBlob.h"
 
-#include "DataAccess/Library/StubLibraryItem.h"
-#include "Platform/Xml/XmlTestSupport.h"
-#include "qm/Logging.h"
+#include "DataAccess/Library/ExtensionTestSupport.h"
 
 #include <string>
-#include <vector>
 
 using namespace Quillmar::Library::Native;
 using namespace qmtest;
 
 namespace
 {
-class MDDataBlobTest : public testing::Test
+class MDDataBlobTest : public ExtensionTest
 {
 protected:
-    MDDataBlobTest() { qm_log::SetReportSink(&Record, this); }
-    ~MDDataBlobTest() override { qm_log::SetReportSink(nullptr, nullptr); }
-    static void Record(int, const char*, int, const char* text, void* context)
-    {
-        static_cast<MDDataBlobTest*>(context)->m_lines.emplace_back(text);
-    }
-
-    ComPtr<IXMLDOMNode> Clip(std::u16string_view children)
-    {
-        m_document = LoadXml(u"<LIBRARY_ITEM><NAME>c</NAME>" + std::u16string(children) + u"</LIBRARY_ITEM>");
-        ComPtr<IXMLDOMElement> root;
-        m_document->get_documentElement(root.GetAddressOf());
-        return root;
-    }
-
     static std::u16string Data(IMDDataBlob* blob, const char16_t* name)
     {
         CComBSTR value;
@@ -38,16 +20,13 @@ protected:
         return std::u16string(value.View());
     }
 
-    std::vector<std::string> m_lines;
-    ComPtr<IXMLDOMDocument2> m_document;
-    ComPtr<StubLibraryItem> m_item = qm::MakeObject<StubLibraryItem>(u"/media/c.mp4");
     ComPtr<CMDDataBlob> m_blob = qm::MakeObject<CMDDataBlob>();
 };
 } // namespace
 
 TEST_F(MDDataBlobTest, SaveWritesEachBlobInNameOrderAndReplacesTheOldOnes)
 {
-    const auto clip = Clip(u"<Data Id=\"old\"><![CDATA[z]]></Data><ID>x</ID>");
+    const auto clip = ClipNode(u"<Data Id=\"old\"><![CDATA[z]]></Data><ID>x</ID>");
     EXPECT_EQ(S_FALSE, m_blob->Save(clip.Get(), m_item.Get()));
     EXPECT_EQ(S_OK, m_blob->SetData(u"b", u"<x>2</x>"));
     EXPECT_EQ(S_OK, m_blob->SetData(u"a", u"1"));
@@ -69,7 +48,7 @@ TEST_F(MDDataBlobTest, SaveWritesEachBlobInNameOrderAndReplacesTheOldOnes)
 
 TEST_F(MDDataBlobTest, LoadKeepsTheFirstOfOneIdAndDropsNamelessOrEmptyBlobs)
 {
-    const auto clip = Clip(u"<Data Id=\"k\"><![CDATA[first]]></Data><Data Id=\"k\"><![CDATA[second]]></Data>"
+    const auto clip = ClipNode(u"<Data Id=\"k\"><![CDATA[first]]></Data><Data Id=\"k\"><![CDATA[second]]></Data>"
                            u"<Data Id=\"\"><![CDATA[x]]></Data><Data><![CDATA[y]]></Data><Data Id=\"e\"/>");
     ASSERT_EQ(S_OK, m_blob->Load(clip.Get(), m_item.Get()));
     EXPECT_EQ(u"first", Data(m_blob.Get(), u"k"));
@@ -87,7 +66,7 @@ TEST_F(MDDataBlobTest, LoadKeepsTheFirstOfOneIdAndDropsNamelessOrEmptyBlobs)
 
 TEST_F(MDDataBlobTest, EmptyValuesRemoveAndUnknownNamesChangeNothing)
 {
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     EXPECT_EQ(S_OK, m_blob->SetData(u"n", u""));
     EXPECT_EQ(S_OK, m_blob->RemoveData(u"n"));
     EXPECT_FALSE(m_blob->IsDirty());
@@ -108,15 +87,16 @@ TEST_F(MDDataBlobTest, EmptyValuesRemoveAndUnknownNamesChangeNothing)
     EXPECT_EQ(E_POINTER, m_blob->GetData(u"n", nullptr));
     EXPECT_EQ(E_INVALIDARG, m_blob->Save(nullptr, m_item.Get()));
     EXPECT_EQ(E_INVALIDARG, m_blob->Load(nullptr, m_item.Get()));
-    ASSERT_EQ(7u, m_lines.size());
-    EXPECT_EQ("QMCheckCondition: dataBlobName != 0 && wcslen(dataBlobName) > 0", m_lines[0]);
-    EXPECT_EQ("QMCheckCondition: pVal != 0", m_lines[4]);
+    const auto lines = m_log.Lines(1);
+    ASSERT_EQ(7u, lines.size());
+    EXPECT_EQ("QMCheckCondition: dataBlobName != 0 && wcslen(dataBlobName) > 0", lines[0]);
+    EXPECT_EQ("QMCheckCondition: pVal != 0", lines[4]);
 }
 
 TEST_F(MDDataBlobTest, CloneIsAnIndependentDirtyCopy)
 {
     m_blob->SetData(u"n", u"v");
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     m_blob->Save(clip.Get(), m_item.Get());
     ComPtr<IMDExtension> copy;
     ASSERT_EQ(S_OK, m_blob->Clone(copy.GetAddressOf(), 0));

@@ -2,12 +2,9 @@
 // and sectioned copies, and replacement from text.
 #include "DataAccess/Library/MDDataSource.h"
 
-#include "Platform/Xml/XmlTestSupport.h"
-#include "StubLibraryItem.h"
-#include "qm/Logging.h"
+#include "DataAccess/Library/ExtensionTestSupport.h"
 
 #include <string>
-#include <vector>
 
 using namespace Quillmar::Library::Native;
 using namespace qmtest;
@@ -19,31 +16,11 @@ constexpr std::u16string_view kSource =
     u"<Channel Id=\"1\"><S t=\"0\">1.5</S><S t=\"10\">2</S></Channel>note"
     u"<!--kept--><Channel Id=\"2\"/></DataSource>";
 
-class MDDataSourceTest : public testing::Test
+class MDDataSourceTest : public ExtensionTest
 {
 protected:
-    MDDataSourceTest() { qm_log::SetReportSink(&Record, this); }
-    ~MDDataSourceTest() override { qm_log::SetReportSink(nullptr, nullptr); }
+    MDDataSourceTest() : ExtensionTest(u"clip") {}
 
-    static void Record(int, const char*, int, const char* text, void* context)
-    {
-        static_cast<MDDataSourceTest*>(context)->m_lines.emplace_back(text);
-    }
-    bool Logged(const std::string& text) const
-    {
-        for (const std::string& line : m_lines)
-            if (line.find(text) != std::string::npos)
-                return true;
-        return false;
-    }
-
-    static ComPtr<IXMLDOMNode> Clip(std::u16string_view content)
-    {
-        ComPtr<IXMLDOMElement> root;
-        LoadXml(u"<LIBRARY_ITEM><NAME>clip</NAME>" + std::u16string(content) + u"</LIBRARY_ITEM>")
-            ->get_documentElement(root.GetAddressOf());
-        return ComPtr<IXMLDOMNode>(root);
-    }
     static ComPtr<IMDDataSource> NewExtension()
     {
         ComPtr<IMDExtension> extension;
@@ -53,7 +30,7 @@ protected:
     ComPtr<IMDDataSource> Loaded(std::u16string_view content = kSource)
     {
         auto extension = NewExtension();
-        EXPECT_EQ(S_OK, QueryTo<IPersistMDExtension>(extension.Get())->Load(Clip(content).Get(), m_item.Get()));
+        EXPECT_EQ(S_OK, QueryTo<IPersistMDExtension>(extension.Get())->Load(ClipNode(content).Get(), m_item.Get()));
         return extension;
     }
     static ComPtr<qm_mdc::IDataSourceUnitMgrCtrl> Manager(IMDDataSource* extension)
@@ -72,14 +49,11 @@ protected:
     // What a save of the extension into an empty clip writes: its DataSource element, or "".
     std::u16string Saved(IMDDataSource* extension)
     {
-        auto clip = Clip(u"");
+        auto clip = ClipNode(u"");
         EXPECT_EQ(S_OK, QueryTo<IPersistMDExtension>(extension)->Save(clip.Get(), m_item.Get()));
         auto node = Select(clip.Get(), u"DataSource");
         return node ? XmlOf(node.Get()) : std::u16string();
     }
-
-    ComPtr<StubLibraryItem> m_item = qm::MakeObject<StubLibraryItem>(u"/media/clip.mp4");
-    std::vector<std::string> m_lines;
 };
 } // namespace
 
@@ -96,7 +70,7 @@ TEST_F(MDDataSourceTest, AnEmptyExtensionHasNoManagerAndWritesNothing)
     EXPECT_EQ(S_FALSE, extension->QueryManager(qm_mdc::IID_IDataSourceUnitMgrCtrl, &untouched));
     EXPECT_EQ(&untouched, untouched);
 
-    auto clip = Clip(kSource);
+    auto clip = ClipNode(kSource);
     EXPECT_EQ(S_FALSE, persist->Save(clip.Get(), m_item.Get()));
     EXPECT_TRUE(Select(clip.Get(), u"DataSource"));
 
@@ -119,7 +93,7 @@ TEST_F(MDDataSourceTest, LoadAndSaveKeepTheElementAsItWas)
     EXPECT_FALSE(persist->IsDirty());
     EXPECT_EQ(2, Units(extension.Get()));
 
-    auto clip = Clip(kSource);
+    auto clip = ClipNode(kSource);
     EXPECT_EQ(S_FALSE, persist->Save(clip.Get(), m_item.Get()));
     extension->MarkDirty();
     EXPECT_EQ(S_OK, persist->Save(clip.Get(), m_item.Get()));
@@ -136,12 +110,13 @@ TEST_F(MDDataSourceTest, LoadRefusesAMissingOrDamagedElement)
 {
     auto extension = NewExtension();
     auto persist = QueryTo<IPersistMDExtension>(extension.Get());
-    EXPECT_EQ(S_FALSE, persist->Load(Clip(u"").Get(), m_item.Get()));
-    EXPECT_TRUE(Logged("Failed to load data source extension node."));
-    EXPECT_EQ(S_FALSE, persist->Load(Clip(u"<DataSource RangeStart=\"soon\"><A/></DataSource>").Get(), m_item.Get()));
+    EXPECT_EQ(S_FALSE, persist->Load(ClipNode(u"").Get(), m_item.Get()));
+    EXPECT_TRUE(m_log.Contains("Failed to load data source extension node."));
+    EXPECT_EQ(S_FALSE,
+              persist->Load(ClipNode(u"<DataSource RangeStart=\"soon\"><A/></DataSource>").Get(), m_item.Get()));
     EXPECT_FALSE(Manager(extension.Get()));
     EXPECT_EQ(E_INVALIDARG, persist->Load(nullptr, m_item.Get()));
-    EXPECT_EQ(E_INVALIDARG, persist->Load(Clip(kSource).Get(), nullptr));
+    EXPECT_EQ(E_INVALIDARG, persist->Load(ClipNode(kSource).Get(), nullptr));
 }
 
 TEST_F(MDDataSourceTest, CloneGivesADirtyCopyWithAManagerOfItsOwn)
@@ -153,7 +128,7 @@ TEST_F(MDDataSourceTest, CloneGivesADirtyCopyWithAManagerOfItsOwn)
     EXPECT_TRUE(QueryTo<IPersistMDExtension>(copy.Get())->IsDirty());
     EXPECT_NE(Manager(extension.Get()).Get(), Manager(copy.Get()).Get());
 
-    EXPECT_EQ(S_OK, QueryTo<IPersistMDExtension>(extension.Get())->Delete(Clip(kSource).Get(), m_item.Get()));
+    EXPECT_EQ(S_OK, QueryTo<IPersistMDExtension>(extension.Get())->Delete(ClipNode(kSource).Get(), m_item.Get()));
     EXPECT_EQ(2, Units(copy.Get()));
     EXPECT_EQ(kSource, Saved(copy.Get()));
 }
@@ -197,7 +172,7 @@ TEST_F(MDDataSourceTest, ASaveWithoutUnitsRemovesTheElementAndDeleteEmptiesTheOb
 {
     auto extension = Loaded();
     auto persist = QueryTo<IPersistMDExtension>(extension.Get());
-    auto clip = Clip(kSource);
+    auto clip = ClipNode(kSource);
     ASSERT_EQ(S_OK, extension->LoadFromXmlText(u"<DataSource/>"));
     EXPECT_EQ(S_OK, persist->Save(clip.Get(), m_item.Get()));
     EXPECT_EQ(u"<LIBRARY_ITEM><NAME>clip</NAME></LIBRARY_ITEM>", XmlOf(clip.Get()));
@@ -205,7 +180,7 @@ TEST_F(MDDataSourceTest, ASaveWithoutUnitsRemovesTheElementAndDeleteEmptiesTheOb
     auto other = Loaded();
     EXPECT_EQ(S_OK, extension->SetDataSourceUnitMgr(Manager(other.Get()).Get()));
     EXPECT_EQ(Manager(other.Get()), Manager(extension.Get()));
-    clip = Clip(kSource);
+    clip = ClipNode(kSource);
     EXPECT_EQ(S_OK, persist->Delete(clip.Get(), m_item.Get()));
     EXPECT_EQ(u"<LIBRARY_ITEM><NAME>clip</NAME></LIBRARY_ITEM>", XmlOf(clip.Get()));
     EXPECT_FALSE(persist->IsDirty());

@@ -2,12 +2,10 @@
 // where one file system holds both, and the linked clips placed by their Index.
 #include "DataAccess/Library/MDLibraryItemLink.h"
 
+#include "DataAccess/Library/ExtensionTestSupport.h"
 #include "Platform/Kernel/FaultInjectingFileSystem.h"
-#include "Platform/Xml/XmlTestSupport.h"
-#include "StubLibraryItem.h"
 #include "Support/TempDir.h"
 #include "qm/Library/LibraryItemFactory.h"
-#include "qm/Logging.h"
 
 #include <filesystem>
 #include <fstream>
@@ -94,37 +92,25 @@ public:
     }
 };
 
-class MDLibraryItemLinkTest : public testing::Test
+class MDLibraryItemLinkTest : public ExtensionTest
 {
 protected:
-    MDLibraryItemLinkTest() { qm_log::SetReportSink(&Record, this); }
-    ~MDLibraryItemLinkTest() override { qm_log::SetReportSink(nullptr, nullptr); }
+    // Its clips have no name element, so that the tests see where a save puts the container.
+    MDLibraryItemLinkTest() : ExtensionTest(u"") {}
 
-    static void Record(int, const char*, int, const char* text, void* context)
-    {
-        static_cast<MDLibraryItemLinkTest*>(context)->m_lines.emplace_back(text);
-    }
-
-    static ComPtr<IXMLDOMNode> Clip(std::u16string_view content = u"")
-    {
-        ComPtr<IXMLDOMElement> root;
-        LoadXml(u"<LIBRARY_ITEM>" + std::u16string(content) + u"</LIBRARY_ITEM>")
-            ->get_documentElement(root.GetAddressOf());
-        return ComPtr<IXMLDOMNode>(root);
-    }
     static ComPtr<StubLibraryItem> Item(wstring path) { return qm::MakeObject<StubLibraryItem>(std::move(path)); }
 
     // The extension's element after a save from a clip at mediaPath.
-    static std::u16string Saved(CMDLibraryItemLink* link, const wstring& mediaPath)
+    std::u16string Saved(CMDLibraryItemLink* link, const wstring& mediaPath)
     {
-        auto clip = Clip();
+        auto clip = ClipNode();
         EXPECT_EQ(S_OK, link->Save(clip.Get(), Item(mediaPath).Get()));
         return XmlOf(Select(clip.Get(), u"Library.MDLibraryItemLink").Get());
     }
-    static ComPtr<CMDLibraryItemLink> Loaded(std::u16string_view content, const wstring& mediaPath)
+    ComPtr<CMDLibraryItemLink> Loaded(std::u16string_view content, const wstring& mediaPath)
     {
         auto link = qm::MakeObject<CMDLibraryItemLink>();
-        EXPECT_EQ(S_OK, link->Load(Clip(content).Get(), Item(mediaPath).Get()));
+        EXPECT_EQ(S_OK, link->Load(ClipNode(content).Get(), Item(mediaPath).Get()));
         return link;
     }
     static std::vector<wstring> PathsOf(const std::vector<ComPtr<ILibraryItem>>& items)
@@ -137,7 +123,6 @@ protected:
 
     ComPtr<CMDLibraryItemLink> m_link = qm::MakeObject<CMDLibraryItemLink>();
     ComPtr<TestFactory> m_factory = qm::MakeObject<TestFactory>();
-    std::vector<std::string> m_lines;
 };
 } // namespace
 
@@ -170,7 +155,7 @@ TEST_F(MDLibraryItemLinkTest, ReferencesAreMadeByTheirSettersAndGoWithTheirLastP
     EXPECT_EQ(S_OK, m_link->RemoveLink(u""));
     EXPECT_TRUE(m_link->GetLinkIds().empty());
     // An empty map still writes its container, in place of the old one.
-    auto clip = Clip(u"<Library.MDLibraryItemLink><Reference Id=\"old\"/></Library.MDLibraryItemLink><NAME/>");
+    auto clip = ClipNode(u"<Library.MDLibraryItemLink><Reference Id=\"old\"/></Library.MDLibraryItemLink><NAME/>");
     EXPECT_EQ(S_OK, m_link->Save(clip.Get(), Item(u"/v/c.mp4").Get()));
     EXPECT_EQ(u"<LIBRARY_ITEM><NAME/><Library.MDLibraryItemLink/></LIBRARY_ITEM>", XmlOf(clip.Get()));
     EXPECT_EQ(S_FALSE, m_link->Save(clip.Get(), Item(u"/v/c.mp4").Get()));
@@ -244,10 +229,10 @@ TEST_F(MDLibraryItemLinkTest, LoadResolvesLocationsFromTheClipsCurrentPlace)
     EXPECT_EQ((std::vector<wstring>{u""}), homeless->GetLinkedPaths(u"A"));
 
     m_link->AddLinkedPath(u"A", u"/x.mp4", std::nullopt);
-    EXPECT_EQ(E_FAIL, m_link->Load(Clip().Get(), Item(u"/c.mp4").Get()));
+    EXPECT_EQ(E_FAIL, m_link->Load(ClipNode().Get(), Item(u"/c.mp4").Get()));
     EXPECT_FALSE(m_link->HasLink(u"A"));
     EXPECT_FALSE(m_link->IsDirty());
-    EXPECT_EQ(E_INVALIDARG, m_link->Load(Clip().Get(), nullptr));
+    EXPECT_EQ(E_INVALIDARG, m_link->Load(ClipNode().Get(), nullptr));
 }
 
 TEST_F(MDLibraryItemLinkTest, APairOfFilesMovedTogetherStillResolves)
@@ -257,7 +242,7 @@ TEST_F(MDLibraryItemLinkTest, APairOfFilesMovedTogetherStillResolves)
     std::ofstream(folder / "before/clip.mp4") << "v";
     std::ofstream(folder / "before/audio/voice.wav") << "a";
     m_link->AddLinkedPath(u"AudioAnnotation", folder.U16("before/audio/voice.wav"), std::nullopt);
-    auto clip = Clip();
+    auto clip = ClipNode();
     ASSERT_EQ(S_OK, m_link->Save(clip.Get(), Item(folder.U16("before/clip.mp4")).Get()));
 
     std::filesystem::rename(folder.Path() / "before", folder.Path() / "after");
@@ -287,8 +272,8 @@ TEST_F(MDLibraryItemLinkTest, LinkedItemsArePlacedByIndexWithNullGaps)
     EXPECT_TRUE(m_link->get_LinkedItems(m_factory.Get(), u"C", false).empty());
     EXPECT_EQ((std::vector<wstring>{folder.U16("missing.mp4")}),
               PathsOf(m_link->get_LinkedItems(m_factory.Get(), u"C", true)));
-    EXPECT_NE(std::string::npos,
-              m_lines.back().find("CMDLibraryItemLink::get_LinkedItems: Failed to create library item from path: "));
+    EXPECT_NE(std::string::npos, m_log.Lines(1).back().find(
+                                     "CMDLibraryItemLink::get_LinkedItems: Failed to create library item from path: "));
     EXPECT_TRUE(m_link->get_LinkedItems(m_factory.Get(), u"unknown", true).empty());
 }
 
@@ -297,7 +282,7 @@ TEST_F(MDLibraryItemLinkTest, CopyFromTakesADeepCopyOfAnotherLinkOfThisKindOnly)
     m_link->AddLinkedPath(u"A", u"/a.mp4", 1);
     auto copy = qm::MakeObject<CMDLibraryItemLink>();
     copy->SetLinkName(u"old", u"gone");
-    auto clip = Clip();
+    auto clip = ClipNode();
     copy->Save(clip.Get(), Item(u"/c.mp4").Get());
     EXPECT_EQ(S_OK, copy->CopyFrom(m_link.Get()));
     EXPECT_FALSE(copy->IsDirty());

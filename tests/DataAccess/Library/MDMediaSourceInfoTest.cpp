@@ -2,9 +2,7 @@
 // how readable but wrong values are treated.
 #include "DataAccess/Library/MDMediaSourceInfo.h"
 
-#include "DataAccess/Library/StubLibraryItem.h"
-#include "Platform/Xml/XmlTestSupport.h"
-#include "qm/Logging.h"
+#include "DataAccess/Library/ExtensionTestSupport.h"
 
 #include <string>
 #include <vector>
@@ -14,50 +12,24 @@ using namespace qmtest;
 
 namespace
 {
-class MDMediaSourceInfoTest : public testing::Test
+class MDMediaSourceInfoTest : public ExtensionTest
 {
 protected:
-    MDMediaSourceInfoTest()
-    {
-        qm_log::SetReportSink(&Record, this);
-        qm_log::SetReportLevel(2);
-    }
-    ~MDMediaSourceInfoTest() override
-    {
-        qm_log::SetReportLevel(1);
-        qm_log::SetReportSink(nullptr, nullptr);
-    }
-    static void Record(int, const char*, int, const char* text, void* context)
-    {
-        static_cast<MDMediaSourceInfoTest*>(context)->m_lines.emplace_back(text);
-    }
-
-    ComPtr<IXMLDOMNode> Clip(std::u16string_view children)
-    {
-        m_document = LoadXml(u"<LIBRARY_ITEM><NAME>c</NAME>" + std::u16string(children) + u"</LIBRARY_ITEM>");
-        ComPtr<IXMLDOMElement> root;
-        m_document->get_documentElement(root.GetAddressOf());
-        return root;
-    }
-
     ComPtr<CMDMediaSourceInfo> Loaded(std::u16string_view info)
     {
         auto loaded = qm::MakeObject<CMDMediaSourceInfo>();
-        EXPECT_EQ(S_OK, loaded->Load(Clip(u"<MediaSourceInfo>" + std::u16string(info) + u"</MediaSourceInfo>").Get(),
-                                     m_item.Get()));
+        const auto clip = ClipNode(u"<MediaSourceInfo>" + std::u16string(info) + u"</MediaSourceInfo>");
+        EXPECT_EQ(S_OK, loaded->Load(clip.Get(), m_item.Get()));
         return loaded;
     }
 
-    std::vector<std::string> m_lines;
-    ComPtr<IXMLDOMDocument2> m_document;
-    ComPtr<StubLibraryItem> m_item = qm::MakeObject<StubLibraryItem>(u"/media/c.mp4");
     ComPtr<CMDMediaSourceInfo> m_info = qm::MakeObject<CMDMediaSourceInfo>();
 };
 } // namespace
 
 TEST_F(MDMediaSourceInfoTest, OnlyValuesThatAreSetAreWrittenInTheirOrder)
 {
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     EXPECT_EQ(S_FALSE, m_info->Save(clip.Get(), m_item.Get()));
     m_info->put_Rotation(VideoRotation90);
     ASSERT_EQ(S_OK, m_info->Save(clip.Get(), m_item.Get()));
@@ -89,7 +61,7 @@ TEST_F(MDMediaSourceInfoTest, OnlyValuesThatAreSetAreWrittenInTheirOrder)
 
 TEST_F(MDMediaSourceInfoTest, ValuesReadBackAsTheyWereSet)
 {
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     m_info->put_InterlaceFlags(kField1First);
     m_info->put_VideoStreamRate({5, 0});
     m_info->put_AspectRatio({0, 3});
@@ -123,7 +95,7 @@ TEST_F(MDMediaSourceInfoTest, AnglesFoldOneTurnAndOthersAreLogged)
     EXPECT_EQ((std::vector<std::string>{"Bad value for video orientation: 45",
                                         "Bad value for video orientation: -450",
                                         "Bad value for video orientation: 2147483647"}),
-              m_lines);
+              m_log.Lines(2));
 }
 
 TEST_F(MDMediaSourceInfoTest, AttributesThatDoNotConvertCountAsAbsent)
@@ -143,14 +115,14 @@ TEST_F(MDMediaSourceInfoTest, AttributesThatDoNotConvertCountAsAbsent)
     EXPECT_EQ(kInterlaceUnset, info->get_InterlaceFlags());
     EXPECT_EQ(-25, info->get_VideoStreamRate().numerator);
     EXPECT_EQ(-1, info->get_VideoStreamRate().denominator);
-    EXPECT_TRUE(m_lines.empty());
+    EXPECT_TRUE(m_log.Lines(2).empty());
 }
 
 TEST_F(MDMediaSourceInfoTest, LoadDeleteAndCommitFailWithoutTheirInputs)
 {
-    EXPECT_EQ(E_FAIL, m_info->Load(Clip(u"").Get(), m_item.Get()));
-    EXPECT_EQ(E_INVALIDARG, m_info->Load(Clip(u"<MediaSourceInfo/>").Get(), nullptr));
-    EXPECT_EQ(E_INVALIDARG, m_info->Save(Clip(u"").Get(), nullptr));
+    EXPECT_EQ(E_FAIL, m_info->Load(ClipNode(u"").Get(), m_item.Get()));
+    EXPECT_EQ(E_INVALIDARG, m_info->Load(ClipNode(u"<MediaSourceInfo/>").Get(), nullptr));
+    EXPECT_EQ(E_INVALIDARG, m_info->Save(ClipNode(u"").Get(), nullptr));
 
     // A clean extension has nothing to commit; a dirty one needs the clip it was read from.
     EXPECT_EQ(S_OK, m_info->Commit());
@@ -158,7 +130,7 @@ TEST_F(MDMediaSourceInfoTest, LoadDeleteAndCommitFailWithoutTheirInputs)
     EXPECT_EQ(E_UNEXPECTED, m_info->Commit());
 
     // Delete takes the element and forgets the clip, but keeps the values.
-    const auto clip = Clip(u"<MediaSourceInfo><Rotation Angle=\"270\"/></MediaSourceInfo>");
+    const auto clip = ClipNode(u"<MediaSourceInfo><Rotation Angle=\"270\"/></MediaSourceInfo>");
     ASSERT_EQ(S_OK, m_info->Load(clip.Get(), m_item.Get()));
     m_info->put_FlipVertical(true);
     ASSERT_EQ(S_OK, m_info->Delete(clip.Get(), m_item.Get()));
@@ -169,12 +141,12 @@ TEST_F(MDMediaSourceInfoTest, LoadDeleteAndCommitFailWithoutTheirInputs)
     EXPECT_EQ(E_UNEXPECTED, m_info->Commit());
     EXPECT_EQ((std::vector<std::string>{"QMCheckCondition: pLibraryItem != 0", "QMCheckCondition: pLibraryItem != 0",
                                         "QMCheckCondition: m_pLibraryItem", "QMCheckCondition: m_pLibraryItem"}),
-              m_lines);
+              m_log.Lines(2));
 }
 
 TEST_F(MDMediaSourceInfoTest, CloneCopiesTheValuesCleanAndWithoutTheClip)
 {
-    const auto clip = Clip(u"");
+    const auto clip = ClipNode(u"");
     m_info->put_AspectRatio({4, 3});
     m_info->put_Rotation(VideoRotation270);
     ASSERT_EQ(S_OK, m_info->Save(clip.Get(), m_item.Get()));

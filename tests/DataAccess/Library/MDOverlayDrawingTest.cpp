@@ -1,30 +1,19 @@
 // The overlay drawing of a clip: its text kept as it stands, and when its element goes.
 #include "DataAccess/Library/MDOverlayDrawing.h"
 
-#include "DataAccess/Library/StubLibraryItem.h"
-#include "Platform/Xml/XmlTestSupport.h"
-#include "qm/Logging.h"
+#include "DataAccess/Library/ExtensionTestSupport.h"
+
+#include <string>
+#include <utility>
 
 using namespace Quillmar::Library::Native;
 using namespace qmtest;
 
 namespace
 {
-class MDOverlayDrawingTest : public testing::Test
+class MDOverlayDrawingTest : public ExtensionTest
 {
 protected:
-    MDOverlayDrawingTest() { qm_log::SetReportSink(&Ignore, nullptr); }
-    ~MDOverlayDrawingTest() override { qm_log::SetReportSink(nullptr, nullptr); }
-    static void Ignore(int, const char*, int, const char*, void*) {}
-
-    ComPtr<IXMLDOMNode> Clip(std::u16string_view children)
-    {
-        m_document = LoadXml(u"<LIBRARY_ITEM><NAME>c</NAME>" + std::u16string(children) + u"</LIBRARY_ITEM>");
-        ComPtr<IXMLDOMElement> root;
-        m_document->get_documentElement(root.GetAddressOf());
-        return root;
-    }
-
     // The text, and whether it was null.
     static std::pair<std::u16string, bool> Drawing(IMDOverlayDrawing* drawing)
     {
@@ -33,8 +22,6 @@ protected:
         return {std::u16string(text.View()), text.IsNull()};
     }
 
-    ComPtr<IXMLDOMDocument2> m_document;
-    ComPtr<StubLibraryItem> m_item = qm::MakeObject<StubLibraryItem>(u"/media/c.mp4");
     ComPtr<CMDOverlayDrawing> m_drawing = qm::MakeObject<CMDOverlayDrawing>();
 };
 } // namespace
@@ -44,7 +31,7 @@ TEST_F(MDOverlayDrawingTest, MarkupIsKeptAsItStands)
     EXPECT_EQ((std::pair<std::u16string, bool>{u"", true}), Drawing(m_drawing.Get()));
     EXPECT_EQ(E_POINTER, m_drawing->get_Drawing(nullptr));
 
-    const auto clip = Clip(u"<OverlayDrawing><![CDATA[old]]></OverlayDrawing><ID>x</ID>");
+    const auto clip = ClipNode(u"<OverlayDrawing><![CDATA[old]]></OverlayDrawing><ID>x</ID>");
     EXPECT_EQ(S_FALSE, m_drawing->Save(clip.Get(), m_item.Get()));
     ASSERT_EQ(S_OK, m_drawing->put_Drawing(u"<a>1</a> & ]]> too"));
     ASSERT_EQ(S_OK, m_drawing->Save(clip.Get(), m_item.Get()));
@@ -61,7 +48,7 @@ TEST_F(MDOverlayDrawingTest, MarkupIsKeptAsItStands)
 
 TEST_F(MDOverlayDrawingTest, AnEmptyDrawingLeavesNoElement)
 {
-    const auto clip = Clip(u"<OverlayDrawing/>");
+    const auto clip = ClipNode(u"<OverlayDrawing/>");
     ASSERT_EQ(S_OK, m_drawing->Load(clip.Get(), m_item.Get()));
     EXPECT_EQ((std::pair<std::u16string, bool>{u"", false}), Drawing(m_drawing.Get()));
 
@@ -83,7 +70,7 @@ TEST_F(MDOverlayDrawingTest, AnEmptyDrawingLeavesNoElement)
 
 TEST_F(MDOverlayDrawingTest, DeleteAndCloneLeaveADirtyObjectThatWritesItsText)
 {
-    const auto clip = Clip(u"<OverlayDrawing><![CDATA[d]]></OverlayDrawing>");
+    const auto clip = ClipNode(u"<OverlayDrawing><![CDATA[d]]></OverlayDrawing>");
     ASSERT_EQ(S_OK, m_drawing->Load(clip.Get(), m_item.Get()));
     ASSERT_EQ(S_OK, m_drawing->Delete(clip.Get(), m_item.Get()));
     EXPECT_EQ(u"<LIBRARY_ITEM><NAME>c</NAME></LIBRARY_ITEM>", XmlOf(clip.Get()));
