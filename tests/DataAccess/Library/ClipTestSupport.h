@@ -10,7 +10,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 namespace qmtest
 {
@@ -28,8 +27,30 @@ inline std::string ReadFile(const std::string& path)
 // The text with every GUID in braces replaced by "{ID}".
 inline std::string WithoutIds(const std::string& text)
 {
-    static const std::regex guid("\\{[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\}");
-    return std::regex_replace(text, guid, "{ID}");
+    const auto isGuid = [&](size_t at) {
+        if (at + 38 > text.size() || text[at + 37] != '}')
+            return false;
+        for (size_t i = 1; i < 37; ++i)
+        {
+            const char c = text[at + i];
+            const bool dash = i == 9 || i == 14 || i == 19 || i == 24;
+            if (dash ? c != '-' : !((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F')))
+                return false;
+        }
+        return true;
+    };
+    std::string out;
+    for (size_t at = 0; at < text.size();)
+    {
+        if (text[at] == '{' && isGuid(at))
+        {
+            out += "{ID}";
+            at += 38;
+        }
+        else
+            out += text[at++];
+    }
+    return out;
 }
 
 class ClipTest : public ::testing::Test
