@@ -162,9 +162,15 @@ HRESULT CLibraryItem::CopyMarker(ILibraryItemMarker* pSourceMarker, ILibraryItem
     return HandOut(marker.Get(), ppNewMarker);
 }
 
-HRESULT CLibraryItem::FindMarker(std::int32_t type, ILibraryItemMarker* pMarker,
+HRESULT CLibraryItem::FindMarker(const char16_t* action, std::int32_t type, ILibraryItemMarker* pMarker,
                                  std::vector<ComPtr<ILibraryItem>>*& list, size_t& position)
 {
+    // Moves and removals do not load: they work on the lists as they are.
+    if (!m_markersLoaded)
+    {
+        QMLog(2, u"Attempting to %s a marker in bad context. File path is '%s'", action, get_MediaPath().c_str());
+        return E_UNEXPECTED;
+    }
     const auto it = m_markerCollections.find(type);
     QMCheckCondition(it != m_markerCollections.end(), E_UNEXPECTED);
     list = &it->second;
@@ -178,14 +184,9 @@ HRESULT CLibraryItem::FindMarker(std::int32_t type, ILibraryItemMarker* pMarker,
 HRESULT CLibraryItem::MoveMarker(std::int32_t type, std::int32_t index, ILibraryItemMarker* pMarker)
 {
     QMCheckCondition(pMarker, E_INVALIDARG);
-    if (!m_markersLoaded)
-    {
-        QMLog(2, u"Attempting to move a marker in bad context. File path is '%s'", get_MediaPath().c_str());
-        return E_UNEXPECTED;
-    }
     std::vector<ComPtr<ILibraryItem>>* list = nullptr;
     size_t position = 0;
-    const HRESULT found = FindMarker(type, pMarker, list, position);
+    const HRESULT found = FindMarker(u"move", type, pMarker, list, position);
     if (FAILED(found) || found == S_FALSE)
         return FAILED(found) ? found : S_OK;
     const bool inRange = index >= 0 && static_cast<size_t>(index) < list->size();
@@ -212,14 +213,9 @@ HRESULT CLibraryItem::MoveMarker(std::int32_t type, std::int32_t index, ILibrary
 HRESULT CLibraryItem::RemoveMarker(std::int32_t type, ILibraryItemMarker* pMarker)
 {
     QMCheckCondition(pMarker, E_INVALIDARG);
-    if (!m_markersLoaded)
-    {
-        QMLog(2, u"Attempting to remove a marker in bad context. File path is '%s'", get_MediaPath().c_str());
-        return E_UNEXPECTED;
-    }
     std::vector<ComPtr<ILibraryItem>>* list = nullptr;
     size_t position = 0;
-    const HRESULT found = FindMarker(type, pMarker, list, position);
+    const HRESULT found = FindMarker(u"remove", type, pMarker, list, position);
     QMCheckHRESULT(found);
     QMCheckCondition(found == S_OK, E_UNEXPECTED);
     From((*list)[position].Get())->RemoveFrom(m_node.Get());

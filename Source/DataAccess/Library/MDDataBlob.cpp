@@ -17,13 +17,8 @@ size_t wcslen(LPCWSTR text) { return std::char_traits<char16_t>::length(text); }
 HRESULT CMDDataBlob::Clone(IMDExtension** ppExtension, int)
 {
     QMCheckCondition(ppExtension != 0, E_POINTER);
-    auto copy = qm::MakeObject<CMDDataBlob>();
-    QMCheckCondition(copy, E_OUTOFMEMORY);
-    copy->m_blobs = m_blobs;
-    // A clip that receives the copy writes its blobs at its next save.
-    copy->m_dirty = true;
-    *ppExtension = copy.Detach();
-    return S_OK;
+    // A clip that receives the copy writes it at its next save.
+    return CopyWith(ppExtension, &CMDDataBlob::m_blobs, true);
 }
 
 HRESULT CMDDataBlob::GetData(LPCWSTR dataBlobName, BSTR* pVal)

@@ -4,6 +4,7 @@
 // Derived defines kType and kCanUnload.
 #pragma once
 
+#include "Logging/QMLog.h"
 #include "Platform/Com/ModuleLock.h"
 #include "qm/Library/MetadataExtensions.h"
 #include "qm/Platform/Com/ObjectRoot.h"
@@ -30,6 +31,19 @@ public:
 
 protected:
     MDExtension() = default;
+
+    // Clone's common part: a new object of the kind holding a copy of state, clean or
+    // dirty as the kind's copies are, handed out through ppExtension.
+    template <class State>
+    HRESULT CopyWith(IMDExtension** ppExtension, State Derived::*state, bool dirty)
+    {
+        auto copy = qm::MakeObject<Derived>();
+        QMCheckCondition(copy, E_OUTOFMEMORY);
+        copy.Get()->*state = static_cast<Derived*>(this)->*state;
+        copy->m_dirty = dirty;
+        *ppExtension = copy.Detach();
+        return S_OK;
+    }
     virtual ~MDExtension() = default;
 
     bool m_dirty = false;

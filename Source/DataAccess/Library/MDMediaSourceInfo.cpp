@@ -107,11 +107,7 @@ HRESULT CMDMediaSourceInfo::Clone(IMDExtension** ppExtension, int deepClone)
 {
     QMCheckCondition(ppExtension != 0, E_POINTER);
     QMCheckCondition(deepClone == 1, E_INVALIDARG);
-    auto copy = qm::MakeObject<CMDMediaSourceInfo>();
-    QMCheckCondition(copy, E_OUTOFMEMORY);
-    copy->m_values = m_values;
-    *ppExtension = copy.Detach();
-    return S_OK;
+    return CopyWith(ppExtension, &CMDMediaSourceInfo::m_values, false);
 }
 
 void CMDMediaSourceInfo::Reset()

@@ -13,13 +13,8 @@ constexpr wstring_view kNodeName = u"OverlayDrawing";
 HRESULT CMDOverlayDrawing::Clone(IMDExtension** ppExtension, int)
 {
     QMCheckCondition(ppExtension != 0, E_POINTER);
-    auto copy = qm::MakeObject<CMDOverlayDrawing>();
-    QMCheckCondition(copy, E_OUTOFMEMORY);
-    copy->m_text = m_text;
-    // A clip that receives the copy writes the drawing at its next save.
-    copy->m_dirty = true;
-    *ppExtension = copy.Detach();
-    return S_OK;
+    // A clip that receives the copy writes it at its next save.
+    return CopyWith(ppExtension, &CMDOverlayDrawing::m_text, true);
 }
 
 HRESULT CMDOverlayDrawing::put_Drawing(LPCWSTR value)

@@ -23,11 +23,7 @@ HRESULT CMDProperties::Clone(IMDExtension** ppExtension, int deepClone)
 {
     QMCheckCondition(ppExtension != 0, E_POINTER);
     QMCheckCondition(deepClone == 1, E_INVALIDARG);
-    auto copy = qm::MakeObject<CMDProperties>();
-    QMCheckCondition(copy, E_OUTOFMEMORY);
-    copy->m_properties = m_properties;
-    *ppExtension = copy.Detach();
-    return S_OK;
+    return CopyWith(ppExtension, &CMDProperties::m_properties, false);
 }
 
 HRESULT CMDProperties::Set(const wstring& name, const wstring& value, wstring Properties::mapped_type::*half)

@@ -223,8 +223,9 @@ private:
     HRESULT FindExtension(REFGUID type, ComPtr<IMDExtension>& extension);
     HRESULT MakeMarker(ComPtr<CLibraryItem>& marker);
     HRESULT AddToCollection(std::int32_t type, CLibraryItem* marker);
-    HRESULT FindMarker(std::int32_t type, ILibraryItemMarker* pMarker, std::vector<ComPtr<ILibraryItem>>*& list,
-                       size_t& position);
+    // The marker in the list of its type; action names the caller in the log.
+    HRESULT FindMarker(const char16_t* action, std::int32_t type, ILibraryItemMarker* pMarker,
+                       std::vector<ComPtr<ILibraryItem>>*& list, size_t& position);
     HRESULT GiveNewIds();
     HRESULT ScaleMarkerTimes(double speedFactor);
     HRESULT TrimMarkers(REFERENCE_TIME desiredIn, REFERENCE_TIME desiredOut, REFERENCE_TIME trueIn);

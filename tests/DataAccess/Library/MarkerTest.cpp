@@ -122,6 +122,16 @@ TEST_F(MarkerTest, RemovingTheLastMarkerOfATypeErasesItsList)
     Create(MarkerTypeEvent);
     EXPECT_EQ(m_clip->RemoveMarkers(MarkerTypeEvent), S_OK);
     EXPECT_EQ(NodeXml(m_item.Get()).find(u"Marker.Event"), std::u16string::npos);
+
+    // Moves and removals do not load the lists.
+    const auto b = Create(MarkerTypeEvent);
+    m_item->InvalidateMarkers();
+    LogCapture log;
+    EXPECT_EQ(m_clip->MoveMarker(MarkerTypeEvent, 0, b.Get()), E_UNEXPECTED);
+    EXPECT_EQ(m_clip->RemoveMarker(MarkerTypeEvent, b.Get()), E_UNEXPECTED);
+    const std::string path = m_dir / "m.mp4";
+    EXPECT_EQ(log.Count(2, "Attempting to move a marker in bad context. File path is '" + path + "'"), 1);
+    EXPECT_EQ(log.Count(2, "Attempting to remove a marker in bad context. File path is '" + path + "'"), 1);
 }
 
 TEST_F(MarkerTest, TheSynchMarkerIsOneAndTheLastSynchMarkerGivesTheThumbnailTime)
