@@ -371,9 +371,7 @@ HRESULT KeywordMap::ReplaceKeyword(const Keyword& oldKeyword, const Keyword& new
 
 HRESULT KeywordMap::Read(IXMLDOMNode* itemNode)
 {
-    // The node is the item's field; the check reports it under that name.
-    IXMLDOMNode* const m_node = itemNode;
-    QMCheckCondition(m_node != nullptr, E_UNEXPECTED);
+    QMCheckCondition(itemNode != nullptr, E_UNEXPECTED);
     m_keywords.clear();
     m_keywordsDirty = false;
     ComPtr<IXMLDOMNode> categories;
@@ -405,9 +403,7 @@ HRESULT KeywordMap::Flush(IXMLDOMNode* itemNode)
 {
     if (!m_keywordsDirty)
         return S_FALSE;
-    // The node is the item's field; the check reports it under that name.
-    IXMLDOMNode* const m_node = itemNode;
-    QMCheckCondition(m_node != nullptr, E_UNEXPECTED);
+    QMCheckCondition(itemNode != nullptr, E_UNEXPECTED);
     ComPtr<IXMLDOMNode> categories;
     QMCheckHRESULT(FindOrAppendCategories(itemNode, categories));
     QMCheckHRESULT(RemoveCategoryElements(categories.Get()));

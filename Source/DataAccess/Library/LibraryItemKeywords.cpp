@@ -12,6 +12,21 @@ HRESULT CLibraryItem::LoadForWrite()
     return S_OK;
 }
 
+HRESULT CLibraryItem::ReadKeywords()
+{
+    QMCheckCondition(m_node != nullptr, E_UNEXPECTED);
+    return m_keywords.Read(m_node.Get());
+}
+
+HRESULT CLibraryItem::FlushKeywords()
+{
+    if (!m_keywords.IsDirty())
+        return S_FALSE;
+    QMCheckHRESULT(LoadForWrite());
+    QMCheckCondition(m_node != nullptr, E_UNEXPECTED);
+    return m_keywords.Flush(m_node.Get());
+}
+
 std::vector<Keyword> CLibraryItem::get_Keywords() { return m_keywords.get_Keywords(); }
 std::vector<wstring> CLibraryItem::get_Categories() { return m_keywords.get_Categories(); }
 std::vector<Keyword> CLibraryItem::GetKeywordsOfCategory(const wstring& category)

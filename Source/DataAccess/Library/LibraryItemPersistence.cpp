@@ -192,7 +192,7 @@ HRESULT CLibraryItem::ReadFromNode()
         QMCheckHRESULT(put_MediaPath(path, false));
         QMCheckHRESULT(RefreshFileInfo());
     }
-    QMCheckHRESULT(m_keywords.Read(m_node.Get()));
+    QMCheckHRESULT(ReadKeywords());
     if (m_thumbnailTime == -1)
     {
         REFERENCE_TIME thumbnail = 0;
@@ -265,7 +265,7 @@ HRESULT CLibraryItem::SaveMarkers()
 
 HRESULT CLibraryItem::FlushToNode()
 {
-    QMCheckHRESULT(m_keywords.Flush(m_node.Get()));
+    QMCheckHRESULT(FlushKeywords());
     QMCheckHRESULT(WriteAttributes());
     QMCheckHRESULT(SaveExtensions());
     QMCheckHRESULT(SaveMarkers());

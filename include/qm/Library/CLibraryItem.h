@@ -220,6 +220,8 @@ private:
     HRESULT ReadCuePoints();
     HRESULT WriteCuePoints();
     HRESULT LoadForWrite();
+    HRESULT ReadKeywords();
+    HRESULT FlushKeywords();
     HRESULT FindExtension(REFGUID type, ComPtr<IMDExtension>& extension);
     HRESULT MakeMarker(ComPtr<CLibraryItem>& marker);
     HRESULT AddToCollection(std::int32_t type, CLibraryItem* marker);

@@ -166,7 +166,7 @@ TEST_F(KeywordMapTest, BadArgumentsAreLoggedWithTheirConditions)
         "QMCheckCondition: !value.empty()",         "QMCheckCondition: keyword.IsValid()",
         "QMCheckCondition: !category.empty()",      "QMCheckCondition: !category.empty()",
         "QMCheckCondition: !keyword.first.empty()", "QMCheckCondition: !oldCategory.empty()",
-        "QMCheckCondition: m_node != nullptr",      "QMCheckCondition: m_node != nullptr",
+        "QMCheckCondition: itemNode != nullptr",    "QMCheckCondition: itemNode != nullptr",
     };
     EXPECT_EQ(expected, m_lines);
 }
