@@ -39,6 +39,13 @@ inline HRESULT LastErrorFailure(const char* file, int line, const char16_t* cond
         ::qm_log::_report_err_condW0(kModule, 1, file, line, hr, condition, u"CheckLastErrorCondition: ");
     return FAILED(hr) ? hr : E_FAIL;
 }
+// QMCheckCondition's report for a condition that a table names at run time; gives hr on.
+inline HRESULT ConditionFailure(const char* file, int line, const char16_t* condition, HRESULT hr)
+{
+    if (Enabled(1))
+        ::qm_log::_report_condW0(kModule, 1, file, line, condition, u"QMCheckCondition: ");
+    return hr;
+}
 } // namespace qm::log
 
 // Argument and state checks: logs the condition and returns hr when it is false.

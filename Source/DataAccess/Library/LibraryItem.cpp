@@ -43,14 +43,20 @@ CLibraryItem::CLibraryItem(bool attached, std::int32_t kind) : m_itemType(kind),
 
 HRESULT CLibraryItem::Create(bool attached, std::int32_t kind, ComPtr<CLibraryItem>& item)
 {
-    CLibraryItem* instance = new (std::nothrow) CLibraryItem(attached, kind);
-    QMCheckCondition(instance != nullptr, E_OUTOFMEMORY);
-    item.Attach(instance);
+    QMCheckHRESULT(Allocate(attached, kind, item));
     ComPtr<IXMLDOMNode> node;
     NewItemNode(node);
     QMCheckCondition(node, E_FAIL);
     item->m_node = std::move(node);
     QMCheckHRESULT(MDExtensionFactory::LoadExtensions(item.Get(), item->m_node.Get(), item->m_extensions));
+    return S_OK;
+}
+
+HRESULT CLibraryItem::Allocate(bool attached, std::int32_t kind, ComPtr<CLibraryItem>& item)
+{
+    CLibraryItem* instance = new (std::nothrow) CLibraryItem(attached, kind);
+    QMCheckCondition(instance != nullptr, E_OUTOFMEMORY);
+    item.Attach(instance);
     return S_OK;
 }
 

@@ -70,7 +70,8 @@ COLORREF ILibraryItemMarker::GetColorAsCOLORREF(wstring_view name)
 
 namespace Quillmar::Library::Native
 {
-HRESULT CLibraryItem::MakeMarker(ComPtr<CLibraryItem>& marker) { return Create(false, m_itemType, marker); }
+// A marker object takes its node from the clip's XML at once, so it gets no node of its own.
+HRESULT CLibraryItem::MakeMarker(ComPtr<CLibraryItem>& marker) { return Allocate(false, m_itemType, marker); }
 
 HRESULT CLibraryItem::AddToCollection(std::int32_t type, CLibraryItem* marker)
 {

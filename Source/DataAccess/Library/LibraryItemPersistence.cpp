@@ -189,8 +189,11 @@ HRESULT CLibraryItem::ReadFromNode()
     QMCheckHRESULT(ReadElementText(m_node.Get(), u"FILE_NAME", path));
     if (!path.empty())
     {
-        QMCheckHRESULT(put_MediaPath(path, false));
-        QMCheckHRESULT(RefreshFileInfo());
+        // A new path refreshes the file facts itself.
+        const HRESULT pathSet = put_MediaPath(path, false);
+        QMCheckHRESULT(pathSet);
+        if (pathSet == S_FALSE)
+            QMCheckHRESULT(RefreshFileInfo());
     }
     QMCheckHRESULT(ReadKeywords());
     if (m_thumbnailTime == -1)

@@ -117,12 +117,8 @@ HRESULT CMDDataSource::LoadFromXmlText(LPCWSTR xml)
 
 HRESULT CMDDataSource::WriteElement(IXMLDOMNode* parentNode, const wstring& mediaPath)
 {
-    ComPtr<IXMLDOMDocument> pDoc;
-    QMCheckHRESULT(OwnerDocument(parentNode, pDoc));
-    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
     ComPtr<IXMLDOMElement> pNode;
-    QMCheckHRESULT(pDoc->createElement(CComBSTR(kNodeName), pNode.GetAddressOf()));
-    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+    QMCheckHRESULT(NewElement(parentNode, kNodeName, pNode));
     const auto persister = QueryTo<qm_mdc::IDataSourceUnitMgrPersist>(m_dsuMgrCtrl.Get());
     QMCheckCondition(persister != 0, E_NOINTERFACE);
     const bool res = persister->Save(pNode.Get(), mediaPath.c_str());

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Logging/QMLog.h"
+#include "DataAccess/Library/XmlNodeAccess.h"
 #include "Platform/Com/ModuleLock.h"
 #include "qm/Library/MetadataExtensions.h"
 #include "qm/Platform/Com/ObjectRoot.h"
@@ -31,6 +32,18 @@ public:
 
 protected:
     MDExtension() = default;
+
+    // A new element of that name in the document of parentNode, not yet placed: the
+    // container a kind writes its state into.
+    static HRESULT NewElement(IXMLDOMNode* parentNode, wstring_view name, ComPtr<IXMLDOMElement>& pNode)
+    {
+        ComPtr<IXMLDOMDocument> pDoc;
+        OwnerDocument(parentNode, pDoc);
+        QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
+        QMCheckHRESULT(pDoc->createElement(CComBSTR(name), pNode.ReleaseAndGetAddressOf()));
+        QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+        return S_OK;
+    }
 
     // Clone's common part: a new object of the kind holding a copy of state, clean or
     // dirty as the kind's copies are, handed out through ppExtension.

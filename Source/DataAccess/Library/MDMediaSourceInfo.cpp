@@ -5,6 +5,8 @@
 #include "DataAccess/Library/XmlNodeAccess.h"
 #include "Logging/QMLog.h"
 
+#include <functional>
+
 #include <utility>
 #include <vector>
 
@@ -194,42 +196,36 @@ HRESULT CMDMediaSourceInfo::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibrary
 
 HRESULT CMDMediaSourceInfo::ReadChildren(IXMLDOMNode* extensionNode)
 {
-    HRESULT hr = S_OK;
-    ComPtr<IXMLDOMElement> aspectRatioElement;
-    QMCheckHRESULT(hr = SelectChild(extensionNode, u"AspectRatio", aspectRatioElement));
-    if (hr == S_OK)
+    Values& v = m_values;
+    // Each child in the order of the file's layout, with the name its check reports.
+    const struct
     {
-        QMCheckCondition(aspectRatioElement, E_NOINTERFACE);
-        ReadAspectRatio(aspectRatioElement.Get(), m_values.aspectRatio);
-    }
-    ComPtr<IXMLDOMElement> interlaceFlagsElement;
-    QMCheckHRESULT(hr = SelectChild(extensionNode, u"InterlaceFlags", interlaceFlagsElement));
-    if (hr == S_OK)
+        wstring_view name;
+        const char16_t* condition;
+        std::function<void(IXMLDOMElement*)> read;
+    } children[] = {
+        {u"AspectRatio", u"aspectRatioElement", [&](IXMLDOMElement* e) { ReadAspectRatio(e, v.aspectRatio); }},
+        {u"InterlaceFlags", u"interlaceFlagsElement",
+         [&](IXMLDOMElement* e) { ReadInterlaceFlags(e, v.interlaceFlags); }},
+        {u"Rotation", u"rotationElement", [&](IXMLDOMElement* e) { ReadRotation(e, v.rotation); }},
+        {u"Flip", u"flipElement",
+         [&](IXMLDOMElement* e) {
+             v.flipVertical = IsTrue(e, u"Vertical");
+             v.flipHorizontal = IsTrue(e, u"Horizontal");
+         }},
+        {u"VideoStreamRate", u"videoStreamRateElement",
+         [&](IXMLDOMElement* e) { ReadVideoStreamRate(e, v.videoStreamRate); }},
+    };
+    for (const auto& child : children)
     {
-        QMCheckCondition(interlaceFlagsElement, E_NOINTERFACE);
-        ReadInterlaceFlags(interlaceFlagsElement.Get(), m_values.interlaceFlags);
-    }
-    ComPtr<IXMLDOMElement> rotationElement;
-    QMCheckHRESULT(hr = SelectChild(extensionNode, u"Rotation", rotationElement));
-    if (hr == S_OK)
-    {
-        QMCheckCondition(rotationElement, E_NOINTERFACE);
-        ReadRotation(rotationElement.Get(), m_values.rotation);
-    }
-    ComPtr<IXMLDOMElement> flipElement;
-    QMCheckHRESULT(hr = SelectChild(extensionNode, u"Flip", flipElement));
-    if (hr == S_OK)
-    {
-        QMCheckCondition(flipElement, E_NOINTERFACE);
-        m_values.flipVertical = IsTrue(flipElement.Get(), u"Vertical");
-        m_values.flipHorizontal = IsTrue(flipElement.Get(), u"Horizontal");
-    }
-    ComPtr<IXMLDOMElement> videoStreamRateElement;
-    QMCheckHRESULT(hr = SelectChild(extensionNode, u"VideoStreamRate", videoStreamRateElement));
-    if (hr == S_OK)
-    {
-        QMCheckCondition(videoStreamRateElement, E_NOINTERFACE);
-        ReadVideoStreamRate(videoStreamRateElement.Get(), m_values.videoStreamRate);
+        ComPtr<IXMLDOMElement> element;
+        const HRESULT hr = SelectChild(extensionNode, child.name, element);
+        QMCheckHRESULT(hr);
+        if (hr != S_OK)
+            continue;
+        if (!element)
+            return qm::log::ConditionFailure(__FILE__, __LINE__, child.condition, E_NOINTERFACE);
+        child.read(element.Get());
     }
     return S_OK;
 }

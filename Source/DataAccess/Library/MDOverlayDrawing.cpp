@@ -36,12 +36,8 @@ HRESULT CMDOverlayDrawing::Save(IXMLDOMNode* parentNode, ILibraryItem*)
     if (!m_dirty)
         return S_FALSE;
     QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
-    ComPtr<IXMLDOMDocument> pDoc;
-    OwnerDocument(parentNode, pDoc);
-    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
     ComPtr<IXMLDOMElement> pNode;
-    QMCheckHRESULT(CreateElement(pDoc.Get(), kNodeName, pNode));
-    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+    QMCheckHRESULT(NewElement(parentNode, kNodeName, pNode));
     // An empty drawing leaves no element behind.
     if (m_text.Length() > 0)
     {

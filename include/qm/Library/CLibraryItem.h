@@ -207,6 +207,8 @@ private:
     CLibraryItem(bool attached, std::int32_t kind);
     ~CLibraryItem() override = default;
 
+    // The object alone, for an item that takes a node of its own at once.
+    static HRESULT Allocate(bool attached, std::int32_t kind, ComPtr<CLibraryItem>& item);
     HRESULT NodeElement(ComPtr<IXMLDOMElement>& element);
     HRESULT TakeNode(IXMLDOMNode* node);
     HRESULT LoadSidecar();
