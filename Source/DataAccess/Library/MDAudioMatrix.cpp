@@ -101,11 +101,8 @@ HRESULT CMDAudioMatrix::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem
         return S_FALSE;
     QMCheckHRESULT(Delete(parentNode, pLibraryItem));
     ComPtr<IXMLDOMElement> pNode;
-    AsElement(parentNode, pNode);
-    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
     ComPtr<IXMLDOMDocument> pDoc;
-    OwnerDocument(parentNode, pDoc);
-    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
+    QMCheckHRESULT(ParentAndDocument(parentNode, pNode, pDoc));
     if (!m_outputs.empty())
     {
         ComPtr<IXMLDOMElement> matrix;

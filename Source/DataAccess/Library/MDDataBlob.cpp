@@ -75,12 +75,9 @@ HRESULT CMDDataBlob::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
     if (!m_dirty)
         return S_FALSE;
     QMCheckHRESULT(Delete(parentNode, pLibraryItem));
-    ComPtr<IXMLDOMDocument> pDoc;
-    OwnerDocument(parentNode, pDoc);
-    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
     ComPtr<IXMLDOMElement> pNode;
-    AsElement(parentNode, pNode);
-    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+    ComPtr<IXMLDOMDocument> pDoc;
+    QMCheckHRESULT(ParentAndDocument(parentNode, pNode, pDoc));
     for (const auto& [name, data] : m_blobs)
         QMCheckHRESULT(WriteBlob(pDoc.Get(), pNode.Get(), name, data));
     m_dirty = false;

@@ -45,6 +45,18 @@ protected:
         return S_OK;
     }
 
+    // The clip's node as an element and its document, which the kinds that write straight
+    // under the clip's node need.
+    static HRESULT ParentAndDocument(IXMLDOMNode* parentNode, ComPtr<IXMLDOMElement>& pNode,
+                                     ComPtr<IXMLDOMDocument>& pDoc)
+    {
+        AsElement(parentNode, pNode);
+        QMCheckCondition(pNode != nullptr, E_INVALIDARG);
+        OwnerDocument(parentNode, pDoc);
+        QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
+        return S_OK;
+    }
+
     // Clone's common part: a new object of the kind holding a copy of state, clean or
     // dirty as the kind's copies are, handed out through ppExtension.
     template <class State>
