@@ -42,7 +42,7 @@ void Ours_Parse(benchmark::State& state)
     {
         ComPtr<qm::xml::XmlDocument> document = NewDocument();
         qm::xml::XmlParser parser(*document.Get(), false, nullptr);
-        if (!parser.Feed(xml.data(), xml.size(), true))
+        if (!parser.Parse(xml.data(), xml.size()))
             state.SkipWithError("parse failed");
         parser.Commit();
         benchmark::DoNotOptimize(document.Get());
@@ -99,7 +99,7 @@ void Ours_Serialize(benchmark::State& state)
     const std::string& xml = Document(static_cast<int>(state.range(0)));
     ComPtr<qm::xml::XmlDocument> document = NewDocument();
     qm::xml::XmlParser parser(*document.Get(), false, nullptr);
-    parser.Feed(xml.data(), xml.size(), true);
+    parser.Parse(xml.data(), xml.size());
     parser.Commit();
     for (auto _ : state)
     {

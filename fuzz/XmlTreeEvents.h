@@ -1,6 +1,7 @@
 // A document as the sequence a reader sees: elements with their attributes, comments,
 // processing instructions, and each run of adjacent text and CDATA as one text. Two
 // documents that read the same give the same sequence, however their text is split.
+// Exact events keep each text and CDATA node apart, for trees that must be the same.
 #pragma once
 
 #include "Platform/Xml/XmlCharacterData.h"
@@ -11,7 +12,7 @@
 
 namespace qmfuzz
 {
-inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root)
+inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root, bool exact = false)
 {
     using namespace qm::xml;
     std::vector<std::u16string> events;
@@ -28,7 +29,10 @@ inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root)
         {
         case NODE_TEXT:
         case NODE_CDATA_SECTION:
-            text += *node->ValuePtr();
+            if (exact)
+                events.push_back((node->Type() == NODE_TEXT ? u"T" : u"D") + *node->ValuePtr());
+            else
+                text += *node->ValuePtr();
             break;
         case NODE_ELEMENT: {
             flushText();

@@ -1,5 +1,7 @@
 // Parses any bytes; whatever parses is written, parsed again and must read the same.
-// A crash, a leak, a sanitizer report or a difference is a finding.
+// Both routes of the parser must agree: the scanner and expat accept the same inputs
+// and build the same trees from them. A crash, a leak, a sanitizer report or a
+// difference is a finding.
 #include "XmlTreeEvents.h"
 
 #include "Platform/Xml/XmlDocument.h"
@@ -10,38 +12,60 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace
 {
-ComPtr<qm::xml::XmlDocument> Parse(const char* data, std::size_t size, const char* encoding)
+enum class Route
+{
+    Best,
+    ExpatOnly,
+};
+
+ComPtr<qm::xml::XmlDocument> Parse(const char* data, std::size_t size, const char* encoding, bool preserveWhiteSpace,
+                                   Route route)
 {
     ComPtr<qm::xml::XmlDocument> document;
     qm::xml::XmlDocument::Create(document.GetAddressOf());
-    qm::xml::XmlParser parser(*document.Get(), false, encoding);
-    if (!parser.Feed(data, size, true))
+    qm::xml::XmlParser parser(*document.Get(), preserveWhiteSpace, encoding);
+    const bool parsed = route == Route::Best ? parser.Parse(data, size) : parser.Feed(data, size, true);
+    if (!parsed)
         return nullptr;
     parser.Commit();
     return document;
 }
+
+[[noreturn]] void Finding(const char* what, const char* data, std::size_t size)
+{
+    std::fprintf(stderr, "%s:\n%s\n", what, std::string(data, size).c_str());
+    std::abort();
+}
+
+void CompareRoutes(const char* data, std::size_t size, const char* encoding, bool preserveWhiteSpace)
+{
+    ComPtr<qm::xml::XmlDocument> best = Parse(data, size, encoding, preserveWhiteSpace, Route::Best);
+    ComPtr<qm::xml::XmlDocument> expat = Parse(data, size, encoding, preserveWhiteSpace, Route::ExpatOnly);
+    if (!best != !expat)
+        Finding(best ? "only the scanner accepts" : "only expat accepts", data, size);
+    if (best && qmfuzz::TreeEvents(*best.Get(), true) != qmfuzz::TreeEvents(*expat.Get(), true))
+        Finding("the routes build different trees", data, size);
+}
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
-    ComPtr<qm::xml::XmlDocument> first = Parse(reinterpret_cast<const char*>(data), size, nullptr);
+    const auto* data = reinterpret_cast<const char*>(bytes);
+    CompareRoutes(data, size, nullptr, false);
+    CompareRoutes(data, size, "UTF-8", true);
+    ComPtr<qm::xml::XmlDocument> first = Parse(data, size, nullptr, false, Route::Best);
     if (!first)
         return 0;
     const std::string written = qm::xml::XmlWriter::ToUtf8(*first.Get());
-    ComPtr<qm::xml::XmlDocument> second = Parse(written.data(), written.size(), "UTF-8");
+    ComPtr<qm::xml::XmlDocument> second = Parse(written.data(), written.size(), "UTF-8", false, Route::Best);
     if (!second)
-    {
-        std::fprintf(stderr, "written document does not parse:\n%s\n", written.c_str());
-        std::abort();
-    }
+        Finding("written document does not parse", written.data(), written.size());
     if (qmfuzz::TreeEvents(*first.Get()) != qmfuzz::TreeEvents(*second.Get()))
-    {
-        std::fprintf(stderr, "written document reads differently:\n%s\n", written.c_str());
-        std::abort();
-    }
+        Finding("written document reads differently", written.data(), written.size());
     // Walks that must hold on any tree: a deep clone and a search of every element.
     ComPtr<IXMLDOMNode> clone;
     first->cloneNode(VARIANT_TRUE, clone.GetAddressOf());

@@ -1,9 +1,8 @@
 #include "Platform/Xml/XmlParser.h"
 
-#include "Platform/Xml/XmlCharacterData.h"
 #include "Platform/Xml/XmlChars.h"
-#include "Platform/Xml/XmlDocument.h"
 #include "Platform/Xml/XmlElement.h"
+#include "Platform/Xml/XmlScanner.h"
 
 #include "qm/Platform/Text/Utf8Conversion.h"
 
@@ -93,8 +92,22 @@ void ReleaseParser(XML_Parser parser)
 } // namespace
 
 XmlParser::XmlParser(XmlDocument& document, bool preserveWhiteSpace, const char* encoding)
-    : m_parser(AcquireParser(encoding)), m_document(document), m_preserveWhiteSpace(preserveWhiteSpace)
+    : m_encoding(encoding), m_builder(document, preserveWhiteSpace)
 {
+}
+
+XmlParser::~XmlParser()
+{
+    if (m_parser)
+        ReleaseParser(m_parser);
+}
+
+XML_Parser XmlParser::Expat()
+{
+    // Made on first use: a document that the scanner reads never needs one.
+    if (m_parser)
+        return m_parser;
+    m_parser = AcquireParser(m_encoding);
     XML_SetUserData(m_parser, this);
     XML_SetElementHandler(m_parser, OnStartElement, OnEndElement);
     XML_SetCharacterDataHandler(m_parser, OnCharacterData);
@@ -103,26 +116,34 @@ XmlParser::XmlParser(XmlDocument& document, bool preserveWhiteSpace, const char*
     XML_SetProcessingInstructionHandler(m_parser, OnProcessingInstruction);
     XML_SetStartDoctypeDeclHandler(m_parser, OnStartDoctype);
     XML_SetParamEntityParsing(m_parser, XML_PARAM_ENTITY_PARSING_NEVER);
+    return m_parser;
 }
 
-XmlParser::~XmlParser()
+bool XmlParser::Parse(const char* data, std::size_t size)
 {
-    for (XmlNodeCore* node : m_topLevel)
-        DestroySubtree(node);
-    ReleaseParser(m_parser);
+    const bool utf8 = m_encoding == nullptr || std::strcmp(m_encoding, "UTF-8") == 0;
+    if (!m_failed && m_parser == nullptr && utf8)
+    {
+        if (XmlScanner(m_builder, m_encoding != nullptr).Scan(std::string_view(data, size)))
+            return true;
+        // Whatever the scanner is not sure of, expat reads again from the start.
+        m_builder.Discard();
+    }
+    return Feed(data, size, true);
 }
 
 bool XmlParser::Feed(const char* data, std::size_t size, bool isFinal)
 {
     if (m_failed)
         return false;
+    XML_Parser parser = Expat();
     // expat takes int lengths.
     constexpr std::size_t kChunk = 1 << 20;
     do
     {
         const std::size_t piece = size < kChunk ? size : kChunk;
         const bool last = isFinal && piece == size;
-        if (XML_Parse(m_parser, data, static_cast<int>(piece), last ? 1 : 0) != XML_STATUS_OK)
+        if (XML_Parse(parser, data, static_cast<int>(piece), last ? 1 : 0) != XML_STATUS_OK)
         {
             if (!m_failed)
                 RecordExpatError();
@@ -135,13 +156,7 @@ bool XmlParser::Feed(const char* data, std::size_t size, bool isFinal)
     return true;
 }
 
-void XmlParser::Commit()
-{
-    m_document.RemoveAllChildren();
-    for (XmlNodeCore* node : m_topLevel)
-        m_document.InsertChild(node, nullptr);
-    m_topLevel.clear();
-}
+void XmlParser::Commit() { m_builder.Commit(); }
 
 void XmlParser::RecordExpatError()
 {
@@ -173,96 +188,11 @@ void XmlParser::Refuse(const char16_t* reason)
     m_failed = true;
 }
 
-namespace
-{
-// Names seen by the parses of this thread, by their UTF-8 text: sidecars use the same
-// few names again and again, and a lookup is on the path of every element and attribute.
-// An open-addressed table, hashed in the same pass that finds the name's end. It stops
-// growing at a bound, so that documents full of made-up names cannot fill memory; their
-// names are then made for each parse.
-class NameCache
-{
-public:
-    static constexpr std::size_t kMaxNames = 4096;
-
-    // The name, or null; size and hash of the text come back for Add.
-    XmlName Find(const char* utf8, std::size_t& size, std::uint32_t& hash) const
-    {
-        hash = 2166136261u;
-        const char* end = utf8;
-        for (; *end; ++end)
-            hash = (hash ^ static_cast<unsigned char>(*end)) * 16777619u;
-        size = static_cast<std::size_t>(end - utf8);
-        if (m_slots.empty())
-            return nullptr;
-        for (std::size_t i = hash & (m_slots.size() - 1);; i = (i + 1) & (m_slots.size() - 1))
-        {
-            const Slot& slot = m_slots[i];
-            if (!slot.name)
-                return nullptr;
-            if (slot.hash == hash && slot.key.size() == size && std::memcmp(slot.key.data(), utf8, size) == 0)
-                return slot.name;
-        }
-    }
-
-    void Add(const char* utf8, std::size_t size, std::uint32_t hash, const XmlName& name)
-    {
-        if (m_count >= kMaxNames)
-            return;
-        // At most half full, so that probes stay short and always end at an empty slot.
-        if (2 * (m_count + 1) > m_slots.size())
-            Grow();
-        Insert(Slot{hash, std::string(utf8, size), name});
-        ++m_count;
-    }
-
-private:
-    struct Slot
-    {
-        std::uint32_t hash = 0;
-        std::string key;
-        XmlName name;
-    };
-
-    void Insert(Slot slot)
-    {
-        std::size_t i = slot.hash & (m_slots.size() - 1);
-        while (m_slots[i].name)
-            i = (i + 1) & (m_slots.size() - 1);
-        m_slots[i] = std::move(slot);
-    }
-
-    void Grow()
-    {
-        std::vector<Slot> old(m_slots.empty() ? 64 : 2 * m_slots.size());
-        old.swap(m_slots);
-        for (Slot& slot : old)
-            if (slot.name)
-                Insert(std::move(slot));
-    }
-
-    std::vector<Slot> m_slots;
-    std::size_t m_count = 0;
-};
-
-thread_local NameCache t_names;
-} // namespace
-
 XmlName XmlParser::Name(const char* utf8)
 {
-    std::size_t size = 0;
-    std::uint32_t hash = 0;
-    if (XmlName known = t_names.Find(utf8, size, hash))
-        return known;
-    XmlName name = std::make_shared<const wstring>(Text(utf8));
-    // A name read from UTF-16 or Latin-1 may hold characters that the same name in a
-    // UTF-8 document may not: such a document could never be saved and read back.
-    if (!IsValidName(*name))
-    {
+    XmlName name = m_builder.Name(utf8);
+    if (!name)
         Fail(kErrorName, u"A name holds characters that cannot be written back.");
-        return nullptr;
-    }
-    t_names.Add(utf8, size, hash, name);
     return name;
 }
 
@@ -274,23 +204,11 @@ wstring XmlParser::Text(std::string_view utf8)
     return text;
 }
 
-void XmlParser::Append(XmlNodeCore* node)
-{
-    if (m_current)
-        m_current->InsertChild(node, nullptr);
-    else
-        m_topLevel.push_back(node);
-}
-
 void XmlParser::FlushText()
 {
     if (m_text.empty())
         return;
-    // Text between elements that is only white space is layout, not content; outside
-    // the root element there is no other text.
-    const bool layout = !m_textIsContent && IsBlank(m_text) && (!m_preserveWhiteSpace || m_current == nullptr);
-    if (!layout)
-        Append(XmlText::Create(&m_document, NODE_TEXT, Text(m_text)));
+    m_builder.AppendText(Text(m_text), !m_textIsContent && IsBlank(m_text));
     m_text.clear();
     m_textIsContent = false;
 }
@@ -314,15 +232,12 @@ void XmlParser::CharacterData(std::string_view text)
 void XmlParser::StartElement(const char* name, const char** attributes)
 {
     FlushText();
-    if (m_depth == kMaxDepth)
+    if (m_builder.AtMaxDepth())
         return Fail(kErrorTooDeep, u"Elements are nested too deeply.");
     XmlName elementName = Name(name);
     if (!elementName)
         return;
-    XmlElement* element = XmlElement::Create(&m_document, std::move(elementName));
-    Append(element);
-    m_current = element;
-    ++m_depth;
+    XmlElement* element = m_builder.OpenElement(std::move(elementName));
     std::size_t count = 0;
     while (attributes[2 * count])
         ++count;
@@ -339,8 +254,7 @@ void XmlParser::StartElement(const char* name, const char** attributes)
 void XmlParser::EndElement()
 {
     FlushText();
-    m_current = m_current->Parent();
-    --m_depth;
+    m_builder.CloseElement();
 }
 
 template <class Body>
@@ -386,7 +300,7 @@ void XmlParser::OnStartCdata(void* self)
 void XmlParser::OnEndCdata(void* self)
 {
     Guarded(self, [](XmlParser& parser) {
-        parser.Append(XmlText::Create(&parser.m_document, NODE_CDATA_SECTION, parser.Text(parser.m_text)));
+        parser.m_builder.AppendCData(Text(parser.m_text));
         parser.m_text.clear();
         parser.m_inCdata = false;
     });
@@ -396,7 +310,7 @@ void XmlParser::OnComment(void* self, const char* text)
 {
     Guarded(self, [&](XmlParser& parser) {
         parser.FlushText();
-        parser.Append(XmlComment::Create(&parser.m_document, parser.Text(text)));
+        parser.m_builder.AppendComment(Text(text));
     });
 }
 
@@ -404,10 +318,10 @@ void XmlParser::OnProcessingInstruction(void* self, const char* target, const ch
 {
     Guarded(self, [&](XmlParser& parser) {
         parser.FlushText();
-        wstring name = parser.Text(target);
+        wstring name = Text(target);
         if (!IsValidName(name))
             return parser.Fail(kErrorName, u"A name holds characters that cannot be written back.");
-        parser.Append(XmlProcessingInstruction::Create(&parser.m_document, std::move(name), parser.Text(data)));
+        parser.m_builder.AppendProcessingInstruction(std::move(name), Text(data));
     });
 }
 

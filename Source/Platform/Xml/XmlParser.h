@@ -1,9 +1,11 @@
-// Builds DOM nodes from XML bytes with expat. The document is refused when it has a
-// DTD (no entity is ever expanded, nothing external is read) or nests elements deeper
-// than kMaxDepth, and nothing here recurses, so no input can exhaust the stack.
+// Builds DOM nodes from XML bytes. The document is refused when it has a DTD (no entity
+// is ever expanded, nothing external is read) or nests elements deeper than kMaxDepth,
+// and nothing here recurses, so no input can exhaust the stack. Whole documents in UTF-8
+// are read by XmlScanner when it can; expat reads everything else and has the last
+// word on every error.
 #pragma once
 
-#include "Platform/Xml/XmlNodeCore.h"
+#include "Platform/Xml/XmlTreeBuilder.h"
 
 #include <string>
 #include <vector>
@@ -24,7 +26,7 @@ struct XmlParseErrorInfo
 class XmlParser
 {
 public:
-    static constexpr int kMaxDepth = 256;
+    static constexpr int kMaxDepth = XmlTreeBuilder::kMaxDepth;
 
     // encoding: null to detect it (byte order mark, declaration, else UTF-8), or a
     // name that overrides the declaration ("UTF-8" for text converted beforehand).
@@ -33,7 +35,9 @@ public:
     XmlParser(const XmlParser&) = delete;
     XmlParser& operator=(const XmlParser&) = delete;
 
-    // Parses the next bytes; false once the input is known to be malformed.
+    // Parses a whole document; false when it is malformed.
+    bool Parse(const char* data, std::size_t size);
+    // Parses the next bytes with expat; false once the input is known to be malformed.
     bool Feed(const char* data, std::size_t size, bool isFinal);
     // After a successful final Feed: the document's children become the parsed nodes.
     void Commit();
@@ -57,23 +61,20 @@ private:
     void CharacterData(std::string_view text);
     void StartElement(const char* name, const char** attributes);
     void EndElement();
-    void Append(XmlNodeCore* node);
     void FlushText();
     XmlName Name(const char* utf8);
-    wstring Text(std::string_view utf8);
+    static wstring Text(std::string_view utf8);
+    XML_ParserStruct* Expat();
     // Stops the parse with an error of this parser's own.
     void Fail(LONG code, const char16_t* reason);
     void RecordExpatError();
 
-    XML_ParserStruct* m_parser;
-    XmlDocument& m_document;
-    bool m_preserveWhiteSpace;
-    XmlNodeCore* m_current = nullptr;
-    std::vector<XmlNodeCore*> m_topLevel;
+    XML_ParserStruct* m_parser = nullptr;
+    const char* m_encoding;
+    XmlTreeBuilder m_builder;
     std::string m_text;
     bool m_inCdata = false;
     bool m_textIsContent = false;
-    int m_depth = 0;
     XmlParseErrorInfo m_error;
     bool m_failed = false;
 };

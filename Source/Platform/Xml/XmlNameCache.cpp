@@ -1,0 +1,69 @@
+#include "Platform/Xml/XmlNameCache.h"
+
+#include <cstring>
+#include <utility>
+
+namespace qm::xml
+{
+std::uint32_t XmlNameCache::Hash(std::string_view utf8) noexcept
+{
+    constexpr std::uint64_t kMultiplier = 0xFF51AFD7ED558CCDull;
+    std::uint64_t hash = utf8.size() * 0x9E3779B97F4A7C15ull;
+    std::size_t i = 0;
+    for (; i + 8 <= utf8.size(); i += 8)
+    {
+        std::uint64_t word = 0;
+        std::memcpy(&word, utf8.data() + i, 8);
+        hash = (hash ^ word) * kMultiplier;
+    }
+    if (i < utf8.size())
+    {
+        std::uint64_t word = 0;
+        std::memcpy(&word, utf8.data() + i, utf8.size() - i);
+        hash = (hash ^ word) * kMultiplier;
+    }
+    return static_cast<std::uint32_t>(hash ^ (hash >> 32));
+}
+
+XmlName XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) const noexcept
+{
+    if (m_slots.empty())
+        return nullptr;
+    for (std::size_t i = hash & (m_slots.size() - 1);; i = (i + 1) & (m_slots.size() - 1))
+    {
+        const Slot& slot = m_slots[i];
+        if (!slot.name)
+            return nullptr;
+        if (slot.hash == hash && slot.key == utf8)
+            return slot.name;
+    }
+}
+
+void XmlNameCache::Add(std::string_view utf8, std::uint32_t hash, const XmlName& name)
+{
+    if (m_count >= kMaxNames)
+        return;
+    // At most half full, so that probes stay short and always end at an empty slot.
+    if (2 * (m_count + 1) > m_slots.size())
+        Grow();
+    Insert(Slot{hash, std::string(utf8), name});
+    ++m_count;
+}
+
+void XmlNameCache::Insert(Slot slot) noexcept
+{
+    std::size_t i = slot.hash & (m_slots.size() - 1);
+    while (m_slots[i].name)
+        i = (i + 1) & (m_slots.size() - 1);
+    m_slots[i] = std::move(slot);
+}
+
+void XmlNameCache::Grow()
+{
+    std::vector<Slot> old(m_slots.empty() ? 64 : 2 * m_slots.size());
+    old.swap(m_slots);
+    for (Slot& slot : old)
+        if (slot.name)
+            Insert(std::move(slot));
+}
+} // namespace qm::xml

@@ -1,0 +1,592 @@
+#include "Platform/Xml/XmlScanner.h"
+
+#include "Platform/Xml/XmlChars.h"
+#include "Platform/Xml/XmlElement.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+namespace qm::xml
+{
+namespace
+{
+// Attributes beyond this many on one element go to expat, whose duplicate check is
+// hashed; ours compares each name with those before it.
+constexpr std::size_t kMaxAttributes = 32;
+
+enum ByteClass : std::uint8_t
+{
+    kPlain,   // printable ASCII that stands for itself
+    kSpace,   // TAB and LF
+    kReturn,  // CR
+    kAmp,     // '&'
+    kBracket, // ']'
+    kLess,    // '<'
+    kControl, // C0 controls XML cannot carry
+    kHigh,    // the first byte of a multi-byte sequence, or a stray one
+};
+
+constexpr std::array<std::uint8_t, 256> MakeByteClasses()
+{
+    std::array<std::uint8_t, 256> classes{};
+    for (int c = 0; c < 256; ++c)
+        classes[c] = c >= 0x80 ? kHigh : c < 0x20 ? kControl : kPlain;
+    classes['\t'] = kSpace;
+    classes['\n'] = kSpace;
+    classes['\r'] = kReturn;
+    classes['&'] = kAmp;
+    classes[']'] = kBracket;
+    classes['<'] = kLess;
+    return classes;
+}
+constexpr std::array<std::uint8_t, 256> kByteClass = MakeByteClasses();
+
+// 2: may start a name; 1: may continue one. ASCII only: other names go to expat.
+constexpr std::array<std::uint8_t, 256> MakeNameBytes()
+{
+    std::array<std::uint8_t, 256> bytes{};
+    for (int c = 'a'; c <= 'z'; ++c)
+        bytes[c] = 2;
+    for (int c = 'A'; c <= 'Z'; ++c)
+        bytes[c] = 2;
+    bytes['_'] = 2;
+    bytes[':'] = 2;
+    for (int c = '0'; c <= '9'; ++c)
+        bytes[c] = 1;
+    bytes['.'] = 1;
+    bytes['-'] = 1;
+    return bytes;
+}
+constexpr std::array<std::uint8_t, 256> kNameByte = MakeNameBytes();
+
+bool IsSpace(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+bool IsXmlChar(std::uint32_t c) noexcept
+{
+    return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
+           (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+void Put(std::uint32_t c, char16_t*& out) noexcept
+{
+    if (c < 0x10000)
+    {
+        *out++ = static_cast<char16_t>(c);
+        return;
+    }
+    c -= 0x10000;
+    *out++ = static_cast<char16_t>(0xD800 + (c >> 10));
+    *out++ = static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+}
+
+bool IsContinuation(const char* p, const char* end, unsigned char low = 0x80, unsigned char high = 0xBF) noexcept
+{
+    if (p >= end)
+        return false;
+    const auto c = static_cast<unsigned char>(*p);
+    return c >= low && c <= high;
+}
+
+// One character of two to four bytes at p, in the forms XML allows: no overlong form,
+// no surrogate, nothing beyond U+10FFFF, no U+FFFE or U+FFFF.
+bool ReadUtf8(const char*& p, const char* end, char16_t*& out) noexcept
+{
+    const auto lead = static_cast<unsigned char>(p[0]);
+    std::uint32_t c = 0;
+    int length = 0;
+    if (lead >= 0xC2 && lead <= 0xDF)
+    {
+        c = lead & 0x1F;
+        length = 2;
+    }
+    else if (lead >= 0xE0 && lead <= 0xEF)
+    {
+        c = lead & 0x0F;
+        length = 3;
+    }
+    else if (lead >= 0xF0 && lead <= 0xF4)
+    {
+        c = lead & 0x07;
+        length = 4;
+    }
+    else
+        return false;
+    // The second byte's range excludes overlong forms, surrogates and values past the end.
+    const unsigned char low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const unsigned char high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    if (!IsContinuation(p + 1, end, low, high))
+        return false;
+    for (int i = 1; i < length; ++i)
+    {
+        if (i > 1 && !IsContinuation(p + i, end))
+            return false;
+        c = (c << 6) | (static_cast<unsigned char>(p[i]) & 0x3F);
+    }
+    if (c == 0xFFFE || c == 0xFFFF)
+        return false;
+    Put(c, out);
+    p += length;
+    return true;
+}
+
+int DigitValue(char c, bool hex) noexcept
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (hex && c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (hex && c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+bool ReadCharacterReference(const char*& p, const char* end, char16_t*& out) noexcept
+{
+    const bool hex = p < end && *p == 'x';
+    if (hex)
+        ++p;
+    // Seven decimal or six hex digits reach past U+10FFFF; longer forms go to expat.
+    const int maxDigits = hex ? 6 : 7;
+    std::uint32_t c = 0;
+    int digits = 0;
+    for (; p < end && *p != ';'; ++p)
+    {
+        const int digit = DigitValue(*p, hex);
+        if (digit < 0 || ++digits > maxDigits)
+            return false;
+        c = c * (hex ? 16 : 10) + static_cast<std::uint32_t>(digit);
+    }
+    if (p == end || digits == 0 || !IsXmlChar(c))
+        return false;
+    ++p;
+    Put(c, out);
+    return true;
+}
+
+// A reference at p ('&'): a character reference or one of the five predefined entities.
+bool ReadReference(const char*& p, const char* end, char16_t*& out) noexcept
+{
+    const char* q = p + 1;
+    if (q < end && *q == '#')
+    {
+        ++q;
+        if (!ReadCharacterReference(q, end, out))
+            return false;
+        p = q;
+        return true;
+    }
+    static constexpr std::pair<std::string_view, char16_t> kEntities[] = {
+        {"lt;", u'<'}, {"gt;", u'>'}, {"amp;", u'&'}, {"apos;", u'\''}, {"quot;", u'"'}};
+    const std::string_view rest(q, static_cast<std::size_t>(end - q));
+    for (const auto& [name, value] : kEntities)
+        if (rest.starts_with(name))
+        {
+            *out++ = value;
+            p = q + name.size();
+            return true;
+        }
+    return false;
+}
+
+bool EqualsIgnoringAsciiCase(std::string_view a, std::string_view b) noexcept
+{
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+    {
+        auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+        if (lower(a[i]) != lower(b[i]))
+            return false;
+    }
+    return true;
+}
+bool IsEncodingName(std::string_view name) noexcept
+{
+    auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    if (name.empty() || !letter(name[0]))
+        return false;
+    for (char c : name.substr(1))
+        if (!letter(c) && !(c >= '0' && c <= '9') && c != '.' && c != '_' && c != '-')
+            return false;
+    return true;
+}
+} // namespace
+
+XmlScanner::XmlScanner(XmlTreeBuilder& builder, bool encodingFixed) noexcept
+    : m_builder(builder), m_encodingFixed(encodingFixed)
+{
+}
+
+bool XmlScanner::Scan(std::string_view input)
+{
+    m_p = input.data();
+    m_end = m_p + input.size();
+    m_open.clear();
+    Skip("\xEF\xBB\xBF");
+    if (!Declaration() || !Misc() || m_p == m_end)
+        return false;
+    // Misc stopped at the root element's start tag.
+    if (!StartTag() || !Content() || !Misc())
+        return false;
+    return m_p == m_end;
+}
+
+bool XmlScanner::Declaration()
+{
+    if (!(m_end - m_p > 5 && std::memcmp(m_p, "<?xml", 5) == 0 && IsSpace(m_p[5])))
+        return true;
+    m_p += 5;
+    SkipSpace();
+    auto pseudoAttribute = [this](std::string_view name, std::string_view& value) {
+        if (!Skip(name))
+            return false;
+        SkipSpace();
+        if (!Skip("="))
+            return false;
+        SkipSpace();
+        return Quoted(value);
+    };
+    std::string_view value;
+    if (!pseudoAttribute("version", value) || value != "1.0")
+        return false;
+    bool space = SkipSpace();
+    if (space && m_end - m_p > 0 && *m_p == 'e')
+    {
+        // Other encodings are expat's to convert; text made UTF-8 by the caller keeps
+        // whatever name it was declared with.
+        if (!pseudoAttribute("encoding", value) || !IsEncodingName(value) ||
+            !(m_encodingFixed || EqualsIgnoringAsciiCase(value, "UTF-8")))
+            return false;
+        space = SkipSpace();
+    }
+    if (space && m_end - m_p > 0 && *m_p == 's')
+    {
+        if (!pseudoAttribute("standalone", value) || (value != "yes" && value != "no"))
+            return false;
+        SkipSpace();
+    }
+    return Skip("?>");
+}
+
+bool XmlScanner::Misc()
+{
+    for (;;)
+    {
+        SkipSpace();
+        if (m_p == m_end)
+            return true;
+        if (*m_p != '<' || m_end - m_p < 2)
+            return false;
+        if (m_p[1] == '?')
+        {
+            if (!ProcessingInstruction())
+                return false;
+        }
+        else if (m_p[1] == '!')
+        {
+            // A document type declaration, above all, is expat's to refuse.
+            if (!(m_end - m_p >= 4 && std::memcmp(m_p, "<!--", 4) == 0) || !Comment())
+                return false;
+        }
+        else
+            return true;
+    }
+}
+
+bool XmlScanner::Content()
+{
+    while (!m_open.empty())
+    {
+        if (m_p == m_end)
+            return false;
+        if (*m_p != '<')
+        {
+            const auto* less = static_cast<const char*>(std::memchr(m_p, '<', static_cast<std::size_t>(m_end - m_p)));
+            if (less == nullptr || !Text(less))
+                return false;
+            continue;
+        }
+        if (m_end - m_p < 2)
+            return false;
+        bool ok = false;
+        switch (m_p[1])
+        {
+        case '/': ok = EndTag(); break;
+        case '!': ok = Markup(); break;
+        case '?': ok = ProcessingInstruction(); break;
+        default: ok = StartTag(); break;
+        }
+        if (!ok)
+            return false;
+    }
+    return true;
+}
+
+bool XmlScanner::StartTag()
+{
+    ++m_p;
+    std::string_view name;
+    if (!Name(name) || m_builder.AtMaxDepth())
+        return false;
+    XmlName elementName = m_builder.Name(name);
+    if (!elementName)
+        return false;
+    XmlElement* element = m_builder.OpenElement(std::move(elementName));
+    if (!Attributes(*element))
+        return false;
+    if (Skip("/>"))
+    {
+        m_builder.CloseElement();
+        return true;
+    }
+    if (!Skip(">"))
+        return false;
+    m_open.push_back(name);
+    return true;
+}
+
+bool XmlScanner::Attributes(XmlElement& element)
+{
+    // Names and raw values first, so that the element's list is sized once.
+    m_attributes.clear();
+    for (;;)
+    {
+        const bool space = SkipSpace();
+        if (m_p == m_end)
+            return false;
+        if (*m_p == '>' || *m_p == '/')
+            break;
+        Attribute attribute;
+        if (!space || !Name(attribute.name))
+            return false;
+        SkipSpace();
+        if (!Skip("="))
+            return false;
+        SkipSpace();
+        if (!Quoted(attribute.value) || m_attributes.size() == kMaxAttributes)
+            return false;
+        for (const Attribute& seen : m_attributes)
+            if (seen.name == attribute.name)
+                return false;
+        m_attributes.push_back(attribute);
+    }
+    element.ReserveAttributes(m_attributes.size());
+    for (const Attribute& attribute : m_attributes)
+    {
+        XmlName attributeName = m_builder.Name(attribute.name);
+        wstring value;
+        const char* raw = attribute.value.data();
+        if (!attributeName || !Decode(raw, raw + attribute.value.size(), Run::Attribute, value))
+            return false;
+        element.AppendAttribute(std::move(attributeName), std::move(value));
+    }
+    return true;
+}
+
+bool XmlScanner::EndTag()
+{
+    m_p += 2;
+    // The open element's name, and no longer one.
+    const std::string_view name = m_open.back();
+    if (!Skip(name) || (m_p < m_end && kNameByte[static_cast<unsigned char>(*m_p)] != 0) ||
+        (m_p < m_end && static_cast<unsigned char>(*m_p) >= 0x80))
+        return false;
+    SkipSpace();
+    if (!Skip(">"))
+        return false;
+    m_open.pop_back();
+    m_builder.CloseElement();
+    return true;
+}
+
+bool XmlScanner::Markup()
+{
+    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
+    if (rest.starts_with("<!--"))
+        return Comment();
+    if (rest.starts_with("<![CDATA["))
+        return CData();
+    return false;
+}
+
+bool XmlScanner::Comment()
+{
+    m_p += 4;
+    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
+    // "--" may only close the comment.
+    const std::size_t dashes = rest.find("--");
+    if (dashes == std::string_view::npos || dashes + 2 >= rest.size() || rest[dashes + 2] != '>')
+        return false;
+    wstring text;
+    if (!Decode(m_p, m_p + dashes, Run::Literal, text))
+        return false;
+    m_p += dashes + 3;
+    m_builder.AppendComment(std::move(text));
+    return true;
+}
+
+bool XmlScanner::CData()
+{
+    m_p += 9;
+    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
+    const std::size_t close = rest.find("]]>");
+    wstring text;
+    if (close == std::string_view::npos || !Decode(m_p, m_p + close, Run::Literal, text))
+        return false;
+    m_p += close + 3;
+    m_builder.AppendCData(std::move(text));
+    return true;
+}
+
+bool XmlScanner::ProcessingInstruction()
+{
+    m_p += 2;
+    std::string_view target;
+    // "xml" in any case is reserved; the declaration was read before.
+    if (!Name(target) || EqualsIgnoringAsciiCase(target, "xml"))
+        return false;
+    const char* dataBegin = m_p;
+    const char* dataEnd = m_p;
+    if (!Skip("?>"))
+    {
+        if (!SkipSpace())
+            return false;
+        dataBegin = m_p;
+        const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
+        const std::size_t close = rest.find("?>");
+        if (close == std::string_view::npos)
+            return false;
+        dataEnd = m_p + close;
+        m_p = dataEnd + 2;
+    }
+    wstring targetText(target.begin(), target.end());
+    wstring data;
+    if (!IsValidName(targetText) || !Decode(dataBegin, dataEnd, Run::Literal, data))
+        return false;
+    m_builder.AppendProcessingInstruction(std::move(targetText), std::move(data));
+    return true;
+}
+
+bool XmlScanner::Text(const char* end)
+{
+    const char* begin = m_p;
+    const char* p = begin;
+    while (p < end && IsSpace(*p))
+        ++p;
+    const bool blank = p == end;
+    m_p = end;
+    // Layout is dropped without being read; white space needs no checks.
+    if (blank && !m_builder.KeepsBlankText())
+        return true;
+    wstring text;
+    if (!Decode(begin, end, Run::Content, text))
+        return false;
+    m_builder.AppendText(std::move(text), blank);
+    return true;
+}
+
+bool XmlScanner::Name(std::string_view& name) noexcept
+{
+    const char* p = m_p;
+    if (p == m_end || kNameByte[static_cast<unsigned char>(*p)] != 2)
+        return false;
+    while (++p < m_end && kNameByte[static_cast<unsigned char>(*p)] != 0)
+    {
+    }
+    // A name that goes on beyond ASCII is expat's to judge.
+    if (p < m_end && static_cast<unsigned char>(*p) >= 0x80)
+        return false;
+    name = std::string_view(m_p, static_cast<std::size_t>(p - m_p));
+    m_p = p;
+    return true;
+}
+
+bool XmlScanner::SkipSpace() noexcept
+{
+    const char* start = m_p;
+    while (m_p < m_end && IsSpace(*m_p))
+        ++m_p;
+    return m_p != start;
+}
+
+bool XmlScanner::Skip(std::string_view literal) noexcept
+{
+    if (static_cast<std::size_t>(m_end - m_p) < literal.size() || std::memcmp(m_p, literal.data(), literal.size()) != 0)
+        return false;
+    m_p += literal.size();
+    return true;
+}
+
+bool XmlScanner::Quoted(std::string_view& value) noexcept
+{
+    if (m_p == m_end || (*m_p != '"' && *m_p != '\''))
+        return false;
+    const char quote = *m_p++;
+    const auto* close = static_cast<const char*>(std::memchr(m_p, quote, static_cast<std::size_t>(m_end - m_p)));
+    if (close == nullptr)
+        return false;
+    value = std::string_view(m_p, static_cast<std::size_t>(close - m_p));
+    m_p = close + 1;
+    return true;
+}
+
+bool XmlScanner::Decode(const char* begin, const char* end, Run run, wstring& out) const
+{
+    // No character takes more UTF-16 units than it took bytes.
+    out.resize(static_cast<std::size_t>(end - begin));
+    char16_t* o = out.data();
+    const char* p = begin;
+    while (p < end)
+    {
+        const auto c = static_cast<unsigned char>(*p);
+        switch (kByteClass[c])
+        {
+        case kPlain:
+            *o++ = c;
+            ++p;
+            break;
+        case kSpace:
+            *o++ = run == Run::Attribute ? u' ' : c;
+            ++p;
+            break;
+        case kReturn:
+            // CR LF and a lone CR are one line end.
+            *o++ = run == Run::Attribute ? u' ' : u'\n';
+            if (++p < end && *p == '\n')
+                ++p;
+            break;
+        case kAmp:
+            if (run == Run::Literal)
+            {
+                *o++ = u'&';
+                ++p;
+            }
+            else if (!ReadReference(p, end, o))
+                return false;
+            break;
+        case kBracket:
+            if (run == Run::Content && end - p >= 3 && p[1] == ']' && p[2] == '>')
+                return false;
+            *o++ = u']';
+            ++p;
+            break;
+        case kLess:
+            if (run == Run::Attribute)
+                return false;
+            *o++ = u'<';
+            ++p;
+            break;
+        case kHigh:
+            if (!ReadUtf8(p, end, o))
+                return false;
+            break;
+        default:
+            return false;
+        }
+    }
+    out.resize(static_cast<std::size_t>(o - out.data()));
+    return true;
+}
+} // namespace qm::xml

@@ -1,0 +1,66 @@
+// A fast reader for the documents a library is made of: whole, well-formed UTF-8 with
+// ASCII names. It builds the same nodes as the expat route, in one pass over the bytes.
+// Anything it is not sure of (a DTD, another encoding, a name beyond ASCII, an entity
+// it does not know, any error at all) makes it give up, and expat reads the document
+// from the start; so expat alone decides what is malformed and how that is reported.
+#pragma once
+
+#include "Platform/Xml/XmlTreeBuilder.h"
+
+#include <string_view>
+#include <vector>
+
+namespace qm::xml
+{
+class XmlScanner
+{
+public:
+    // encodingFixed: the caller has made the text UTF-8, whatever its declaration says.
+    XmlScanner(XmlTreeBuilder& builder, bool encodingFixed) noexcept;
+
+    // True when the whole document was read into the builder; false when it must be
+    // left to expat (the builder then holds a part to discard).
+    bool Scan(std::string_view input);
+
+private:
+    // How a run of characters is read.
+    enum class Run
+    {
+        Content,   // references, line ends made LF, no "]]>"
+        Attribute, // references, white space made a space, no "<"
+        Literal,   // comment, CDATA and processing-instruction data: line ends made LF
+    };
+
+    bool Declaration();
+    bool Misc();
+    bool Content();
+    bool StartTag();
+    bool Attributes(XmlElement& element);
+    bool EndTag();
+    bool Markup();
+    bool Comment();
+    bool CData();
+    bool ProcessingInstruction();
+    bool Text(const char* end);
+
+    bool Name(std::string_view& name) noexcept;
+    bool SkipSpace() noexcept;
+    bool Skip(std::string_view literal) noexcept;
+    bool Quoted(std::string_view& value) noexcept;
+    bool Decode(const char* begin, const char* end, Run run, wstring& out) const;
+
+    XmlTreeBuilder& m_builder;
+    bool m_encodingFixed;
+    const char* m_p = nullptr;
+    const char* m_end = nullptr;
+    // The names of the open elements, as written, to match their end tags.
+    std::vector<std::string_view> m_open;
+    // The attributes of the start tag being read, as written.
+    struct Attribute
+    {
+        std::string_view name;
+        std::string_view value;
+    };
+    std::vector<Attribute> m_attributes;
+};
+} // namespace qm::xml
