@@ -2,7 +2,7 @@
 // Both routes of the parser must agree: the scanner and expat accept the same inputs
 // and build the same trees from them. A crash, a leak, a sanitizer report or a
 // difference is a finding.
-#include "XmlTreeEvents.h"
+#include "Support/XmlTreeEvents.h"
 
 #include "Platform/Xml/XmlDocument.h"
 #include "Platform/Xml/XmlParser.h"
@@ -47,7 +47,7 @@ void CompareRoutes(const char* data, std::size_t size, const char* encoding, boo
     ComPtr<qm::xml::XmlDocument> expat = Parse(data, size, encoding, preserveWhiteSpace, Route::ExpatOnly);
     if (!best != !expat)
         Finding(best ? "only the scanner accepts" : "only expat accepts", data, size);
-    if (best && qmfuzz::TreeEvents(*best.Get(), true) != qmfuzz::TreeEvents(*expat.Get(), true))
+    if (best && qmtest::TreeEvents(*best.Get(), true) != qmtest::TreeEvents(*expat.Get(), true))
         Finding("the routes build different trees", data, size);
 }
 } // namespace
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     ComPtr<qm::xml::XmlDocument> second = Parse(written.data(), written.size(), "UTF-8", false, Route::Best);
     if (!second)
         Finding("written document does not parse", written.data(), written.size());
-    if (qmfuzz::TreeEvents(*first.Get()) != qmfuzz::TreeEvents(*second.Get()))
+    if (qmtest::TreeEvents(*first.Get()) != qmtest::TreeEvents(*second.Get()))
         Finding("written document reads differently", written.data(), written.size());
     // Walks that must hold on any tree: a deep clone and a search of every element.
     ComPtr<IXMLDOMNode> clone;

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace qmfuzz
+namespace qmtest
 {
 inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root, bool exact = false)
 {
@@ -81,4 +81,4 @@ inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root, 
     flushText();
     return events;
 }
-} // namespace qmfuzz
+} // namespace qmtest
