@@ -19,11 +19,26 @@ std::uint32_t XmlNameCache::Hash(std::string_view utf8) noexcept
     if (i < utf8.size())
     {
         std::uint64_t word = 0;
-        std::memcpy(&word, utf8.data() + i, utf8.size() - i);
+        for (std::size_t shift = 0; i < utf8.size(); ++i, shift += 8)
+            word |= static_cast<std::uint64_t>(static_cast<unsigned char>(utf8[i])) << shift;
         hash = (hash ^ word) * kMultiplier;
     }
     return static_cast<std::uint32_t>(hash ^ (hash >> 32));
 }
+
+namespace
+{
+// Names are short: a loop beats a call to memcmp.
+bool Equal(std::string_view a, std::string_view b) noexcept
+{
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (a[i] != b[i])
+            return false;
+    return true;
+}
+} // namespace
 
 XmlName XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) const noexcept
 {
@@ -34,7 +49,7 @@ XmlName XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) const noex
         const Slot& slot = m_slots[i];
         if (!slot.name)
             return nullptr;
-        if (slot.hash == hash && slot.key == utf8)
+        if (slot.hash == hash && Equal(slot.key, utf8))
             return slot.name;
     }
 }

@@ -11,7 +11,6 @@
 #include <limits>
 #include <new>
 #include <cstring>
-#include <vector>
 #include <random>
 #include <utility>
 

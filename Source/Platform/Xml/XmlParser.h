@@ -8,7 +8,6 @@
 #include "Platform/Xml/XmlTreeBuilder.h"
 
 #include <string>
-#include <vector>
 
 struct XML_ParserStruct;
 

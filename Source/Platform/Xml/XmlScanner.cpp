@@ -540,13 +540,18 @@ bool XmlScanner::Decode(const char* begin, const char* end, Run run, wstring& ou
     const char* p = begin;
     while (p < end)
     {
+        // Most of any text stands for itself.
+        while (kByteClass[static_cast<unsigned char>(*p)] == kPlain)
+        {
+            *o++ = static_cast<unsigned char>(*p);
+            if (++p == end)
+                break;
+        }
+        if (p == end)
+            break;
         const auto c = static_cast<unsigned char>(*p);
         switch (kByteClass[c])
         {
-        case kPlain:
-            *o++ = c;
-            ++p;
-            break;
         case kSpace:
             *o++ = run == Run::Attribute ? u' ' : c;
             ++p;

@@ -19,7 +19,7 @@ thread_local XmlNameCache t_names;
 } // namespace
 
 XmlTreeBuilder::XmlTreeBuilder(XmlDocument& document, bool preserveWhiteSpace) noexcept
-    : m_document(document), m_preserveWhiteSpace(preserveWhiteSpace)
+    : m_document(document), m_names(t_names), m_preserveWhiteSpace(preserveWhiteSpace)
 {
 }
 
@@ -28,7 +28,7 @@ XmlTreeBuilder::~XmlTreeBuilder() { Discard(); }
 XmlName XmlTreeBuilder::Name(std::string_view utf8)
 {
     const std::uint32_t hash = XmlNameCache::Hash(utf8);
-    if (XmlName known = t_names.Find(utf8, hash))
+    if (XmlName known = m_names.Find(utf8, hash))
         return known;
     wstring text;
     qm::ToUtf16(utf8, text);
@@ -37,7 +37,7 @@ XmlName XmlTreeBuilder::Name(std::string_view utf8)
     if (!IsValidName(text))
         return nullptr;
     XmlName name = std::make_shared<const wstring>(std::move(text));
-    t_names.Add(utf8, hash, name);
+    m_names.Add(utf8, hash, name);
     return name;
 }
 

@@ -11,6 +11,7 @@
 namespace qm::xml
 {
 class XmlElement;
+class XmlNameCache;
 
 class XmlTreeBuilder
 {
@@ -46,6 +47,8 @@ private:
     void Append(XmlNodeCore* node);
 
     XmlDocument& m_document;
+    // This thread's names, reached once per parse rather than once per name.
+    XmlNameCache& m_names;
     bool m_preserveWhiteSpace;
     XmlNodeCore* m_current = nullptr;
     std::vector<XmlNodeCore*> m_topLevel;
