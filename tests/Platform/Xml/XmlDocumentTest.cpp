@@ -7,6 +7,8 @@
 #include "Support/TempDir.h"
 #include "qm/Runtime/Streams.h"
 
+#include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -36,6 +38,38 @@ public:
         return S_OK;
     }
     std::string bytes;
+};
+
+// Reads a few bytes a call, then fails if told to: a load must gather the pieces and
+// pass a failure on.
+class TrickleStream final : public ISequentialStream
+{
+public:
+    TrickleStream(std::string bytes, HRESULT atEnd) : m_bytes(std::move(bytes)), m_atEnd(atEnd) {}
+    HRESULT QueryInterface(REFIID riid, void** ppv) override
+    {
+        *ppv = (riid == IID_IUnknown || riid == IID_ISequentialStream) ? this : nullptr;
+        return *ppv ? S_OK : E_NOINTERFACE;
+    }
+    ULONG AddRef() override { return 2; }
+    ULONG Release() override { return 1; }
+    HRESULT Read(void* data, ULONG count, ULONG* done) override
+    {
+        const std::size_t left = m_bytes.size() - m_offset;
+        if (left == 0 && FAILED(m_atEnd))
+            return m_atEnd;
+        const std::size_t piece = std::min<std::size_t>({left, count, 5});
+        std::memcpy(data, m_bytes.data() + m_offset, piece);
+        m_offset += piece;
+        *done = static_cast<ULONG>(piece);
+        return S_OK;
+    }
+    HRESULT Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
+
+private:
+    std::string m_bytes;
+    std::size_t m_offset = 0;
+    HRESULT m_atEnd;
 };
 
 ComPtr<IMemoryStream> StreamOf(const std::string& bytes)
@@ -83,6 +117,27 @@ TEST(XmlDocument, SavesAndLoadsThroughStreamsAndFiles)
     error->get_errorCode(&code);
     EXPECT_NE(0, code);
     EXPECT_EQ(E_UNEXPECTED, LoadDocumentFromStream(bad.Get(), nullptr, nullptr, false));
+}
+
+TEST(XmlDocument, LoadsAStreamReadInPiecesAndPassesOnItsFailure)
+{
+    // Longer than one read buffer, with characters of several bytes across the pieces.
+    std::string xml = "<r>";
+    while (xml.size() < 150000)
+        xml += "<e a=\"\xC3\xA9t\xC3\xA9\">\xE6\x97\xA5\xF0\x9F\x98\x80</e>";
+    xml += "</r>";
+    TrickleStream pieces(xml, S_OK);
+    auto document = NewDocument();
+    VARIANT_BOOL ok = VARIANT_FALSE;
+    ASSERT_EQ(S_OK, document->load(CComVariant(static_cast<IUnknown*>(&pieces)), &ok));
+    EXPECT_EQ(VARIANT_TRUE, ok);
+    auto whole = NewDocument();
+    ASSERT_EQ(S_OK, whole->load(CComVariant(static_cast<IUnknown*>(StreamOf(xml).Get())), &ok));
+    EXPECT_EQ(XmlOf(whole.Get()), XmlOf(document.Get()));
+
+    TrickleStream broken("<r>unfinished", E_ACCESSDENIED);
+    EXPECT_EQ(E_ACCESSDENIED, document->load(CComVariant(static_cast<IUnknown*>(&broken)), &ok));
+    EXPECT_EQ(VARIANT_FALSE, ok);
 }
 
 TEST(XmlDocument, CreatedDocumentsAndTheirProperties)
