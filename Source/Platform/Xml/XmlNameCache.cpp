@@ -44,7 +44,8 @@ XmlName XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) const noex
 {
     if (m_slots.empty())
         return nullptr;
-    for (std::size_t i = hash & (m_slots.size() - 1);; i = (i + 1) & (m_slots.size() - 1))
+    std::size_t i = hash & (m_slots.size() - 1);
+    for (std::size_t probe = 0; probe < kMaxProbe; ++probe, i = (i + 1) & (m_slots.size() - 1))
     {
         const Slot& slot = m_slots[i];
         if (!slot.name)
@@ -52,6 +53,7 @@ XmlName XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) const noex
         if (slot.hash == hash && Equal(slot.key, utf8))
             return slot.name;
     }
+    return nullptr;
 }
 
 void XmlNameCache::Add(std::string_view utf8, std::uint32_t hash, const XmlName& name)
@@ -61,24 +63,30 @@ void XmlNameCache::Add(std::string_view utf8, std::uint32_t hash, const XmlName&
     // At most half full, so that probes stay short and always end at an empty slot.
     if (2 * (m_count + 1) > m_slots.size())
         Grow();
-    Insert(Slot{hash, std::string(utf8), name});
-    ++m_count;
+    if (Insert(Slot{hash, std::string(utf8), name}))
+        ++m_count;
 }
 
-void XmlNameCache::Insert(Slot slot) noexcept
+bool XmlNameCache::Insert(Slot slot) noexcept
 {
     std::size_t i = slot.hash & (m_slots.size() - 1);
-    while (m_slots[i].name)
-        i = (i + 1) & (m_slots.size() - 1);
-    m_slots[i] = std::move(slot);
+    for (std::size_t probe = 0; probe < kMaxProbe; ++probe, i = (i + 1) & (m_slots.size() - 1))
+        if (!m_slots[i].name)
+        {
+            m_slots[i] = std::move(slot);
+            return true;
+        }
+    // Names crafted to collide are simply not remembered.
+    return false;
 }
 
 void XmlNameCache::Grow()
 {
     std::vector<Slot> old(m_slots.empty() ? 64 : 2 * m_slots.size());
     old.swap(m_slots);
+    m_count = 0;
     for (Slot& slot : old)
-        if (slot.name)
-            Insert(std::move(slot));
+        if (slot.name && Insert(std::move(slot)))
+            ++m_count;
 }
 } // namespace qm::xml

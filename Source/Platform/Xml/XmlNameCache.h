@@ -1,7 +1,8 @@
 // Names seen by the parses of this thread, by their UTF-8 text: sidecars use the same
 // few names again and again, and a lookup is on the path of every element and attribute.
 // An open-addressed table; it stops growing at a bound, so that documents full of
-// made-up names cannot fill memory; their names are then made for each parse.
+// made-up names cannot fill memory; their names are then made for each parse. Probes
+// are bounded too, so that names crafted to share a hash cost no more than others.
 #pragma once
 
 #include "Platform/Xml/XmlNodeCore.h"
@@ -17,6 +18,7 @@ class XmlNameCache
 {
 public:
     static constexpr std::size_t kMaxNames = 4096;
+    static constexpr std::size_t kMaxProbe = 16;
 
     // Eight bytes at a step: names are short, and this is on the path of every one.
     static std::uint32_t Hash(std::string_view utf8) noexcept;
@@ -33,7 +35,7 @@ private:
         XmlName name;
     };
 
-    void Insert(Slot slot) noexcept;
+    bool Insert(Slot slot) noexcept;
     void Grow();
 
     std::vector<Slot> m_slots;
