@@ -414,15 +414,12 @@ bool XmlScanner::Markup()
 bool XmlScanner::Comment()
 {
     m_p += 4;
-    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
     // "--" may only close the comment.
+    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
     const std::size_t dashes = rest.find("--");
-    if (dashes == std::string_view::npos || dashes + 2 >= rest.size() || rest[dashes + 2] != '>')
-        return false;
     wstring text;
-    if (!Decode(m_p, m_p + dashes, Run::Literal, text))
+    if (dashes == std::string_view::npos || !rest.substr(dashes).starts_with("-->") || !Until("-->", text))
         return false;
-    m_p += dashes + 3;
     m_builder.AppendComment(std::move(text));
     return true;
 }
@@ -430,12 +427,9 @@ bool XmlScanner::Comment()
 bool XmlScanner::CData()
 {
     m_p += 9;
-    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
-    const std::size_t close = rest.find("]]>");
     wstring text;
-    if (close == std::string_view::npos || !Decode(m_p, m_p + close, Run::Literal, text))
+    if (!Until("]]>", text))
         return false;
-    m_p += close + 3;
     m_builder.AppendCData(std::move(text));
     return true;
 }
@@ -447,25 +441,22 @@ bool XmlScanner::ProcessingInstruction()
     // "xml" in any case is reserved; the declaration was read before.
     if (!Name(target) || EqualsIgnoringAsciiCase(target, "xml"))
         return false;
-    const char* dataBegin = m_p;
-    const char* dataEnd = m_p;
-    if (!Skip("?>"))
-    {
-        if (!SkipSpace())
-            return false;
-        dataBegin = m_p;
-        const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
-        const std::size_t close = rest.find("?>");
-        if (close == std::string_view::npos)
-            return false;
-        dataEnd = m_p + close;
-        m_p = dataEnd + 2;
-    }
     wstring targetText(target.begin(), target.end());
     wstring data;
-    if (!IsValidName(targetText) || !Decode(dataBegin, dataEnd, Run::Literal, data))
+    // Data follows white space; none at all is "?>" at once.
+    if (!IsValidName(targetText) || !(Skip("?>") || (SkipSpace() && Until("?>", data))))
         return false;
     m_builder.AppendProcessingInstruction(std::move(targetText), std::move(data));
+    return true;
+}
+
+bool XmlScanner::Until(std::string_view terminator, wstring& text)
+{
+    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
+    const std::size_t end = rest.find(terminator);
+    if (end == std::string_view::npos || !Decode(m_p, m_p + end, Run::Literal, text))
+        return false;
+    m_p += end + terminator.size();
     return true;
 }
 

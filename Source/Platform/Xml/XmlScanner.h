@@ -42,6 +42,8 @@ private:
     bool CData();
     bool ProcessingInstruction();
     bool Text(const char* end);
+    // Literal text up to the terminator, which is passed over.
+    bool Until(std::string_view terminator, wstring& text);
 
     bool Name(std::string_view& name) noexcept;
     bool SkipSpace() noexcept;
