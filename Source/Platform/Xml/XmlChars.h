@@ -7,6 +7,9 @@
 
 namespace qm::xml
 {
+// XML's white space, as bytes of a document.
+inline bool IsXmlSpace(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
 // Text of any node or attribute: no C0 controls other than TAB, LF and CR, no U+FFFE or
 // U+FFFF, no unpaired surrogate.
 bool IsValidText(wstring_view text) noexcept;

@@ -25,8 +25,6 @@ constexpr LONG kErrorTooDeep = kErrorBase + 0x101;
 constexpr LONG kErrorOutOfMemory = kErrorBase + 0x102;
 constexpr LONG kErrorName = kErrorBase + 0x103;
 
-bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-
 bool IsBlank(std::string_view text)
 {
     for (char c : text)

@@ -61,8 +61,6 @@ constexpr std::array<std::uint8_t, 256> MakeNameBytes()
 }
 constexpr std::array<std::uint8_t, 256> kNameByte = MakeNameBytes();
 
-bool IsSpace(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-
 bool IsXmlChar(std::uint32_t c) noexcept
 {
     return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
@@ -235,7 +233,7 @@ bool XmlScanner::Scan(std::string_view input)
 
 bool XmlScanner::Declaration()
 {
-    if (!(m_end - m_p > 5 && std::memcmp(m_p, "<?xml", 5) == 0 && IsSpace(m_p[5])))
+    if (!(At("<?xml") && m_end - m_p > 5 && IsXmlSpace(m_p[5])))
         return true;
     m_p += 5;
     SkipSpace();
@@ -287,7 +285,7 @@ bool XmlScanner::Misc()
         else if (m_p[1] == '!')
         {
             // A document type declaration, above all, is expat's to refuse.
-            if (!(m_end - m_p >= 4 && std::memcmp(m_p, "<!--", 4) == 0) || !Comment())
+            if (!At("<!--") || !Comment())
                 return false;
         }
         else
@@ -403,10 +401,9 @@ bool XmlScanner::EndTag()
 
 bool XmlScanner::Markup()
 {
-    const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
-    if (rest.starts_with("<!--"))
+    if (At("<!--"))
         return Comment();
-    if (rest.starts_with("<![CDATA["))
+    if (At("<![CDATA["))
         return CData();
     return false;
 }
@@ -464,7 +461,7 @@ bool XmlScanner::Text(const char* end)
 {
     const char* begin = m_p;
     const char* p = begin;
-    while (p < end && IsSpace(*p))
+    while (p < end && IsXmlSpace(*p))
         ++p;
     const bool blank = p == end;
     m_p = end;
@@ -497,14 +494,20 @@ bool XmlScanner::Name(std::string_view& name) noexcept
 bool XmlScanner::SkipSpace() noexcept
 {
     const char* start = m_p;
-    while (m_p < m_end && IsSpace(*m_p))
+    while (m_p < m_end && IsXmlSpace(*m_p))
         ++m_p;
     return m_p != start;
 }
 
+bool XmlScanner::At(std::string_view literal) const noexcept
+{
+    return static_cast<std::size_t>(m_end - m_p) >= literal.size() &&
+           std::memcmp(m_p, literal.data(), literal.size()) == 0;
+}
+
 bool XmlScanner::Skip(std::string_view literal) noexcept
 {
-    if (static_cast<std::size_t>(m_end - m_p) < literal.size() || std::memcmp(m_p, literal.data(), literal.size()) != 0)
+    if (!At(literal))
         return false;
     m_p += literal.size();
     return true;

@@ -47,6 +47,7 @@ private:
 
     bool Name(std::string_view& name) noexcept;
     bool SkipSpace() noexcept;
+    bool At(std::string_view literal) const noexcept;
     bool Skip(std::string_view literal) noexcept;
     bool Quoted(std::string_view& value) noexcept;
     bool Decode(const char* begin, const char* end, Run run, wstring& out) const;
