@@ -30,26 +30,26 @@ inline std::vector<std::u16string> TreeEvents(const qm::xml::XmlNodeCore& root, 
         case NODE_TEXT:
         case NODE_CDATA_SECTION:
             if (exact)
-                events.push_back((node->Type() == NODE_TEXT ? u"T" : u"D") + *node->ValuePtr());
+                events.push_back((node->Type() == NODE_TEXT ? u"T" : u"D") + std::u16string(*node->ValuePtr()));
             else
                 text += *node->ValuePtr();
             break;
         case NODE_ELEMENT: {
             flushText();
             const auto& element = static_cast<const XmlElement&>(*node);
-            std::u16string start = u"<" + element.Name();
+            std::u16string start = u"<" + std::u16string(element.Name());
             for (const auto& attribute : element.Attributes())
-                start += u" " + *attribute.name + u"=" + attribute.Value() + u"\x1F";
+                start += u" " + std::u16string(attribute.name) + u"=" + std::u16string(attribute.Value()) + u"\x1F";
             events.push_back(start);
             break;
         }
         case NODE_COMMENT:
             flushText();
-            events.push_back(u"C" + *node->ValuePtr());
+            events.push_back(u"C" + std::u16string(*node->ValuePtr()));
             break;
         case NODE_PROCESSING_INSTRUCTION:
             flushText();
-            events.push_back(u"P" + std::u16string(node->NodeName()) + u" " + *node->ValuePtr());
+            events.push_back(u"P" + std::u16string(node->NodeName()) + u" " + std::u16string(*node->ValuePtr()));
             break;
         default:
             break;

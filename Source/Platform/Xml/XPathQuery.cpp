@@ -147,8 +147,8 @@ bool XPathQuery::Matches(const Step& step, const XmlNodeCore& node) const
         return false;
     for (const Predicate& predicate : step.predicates)
     {
-        const wstring* value = element.FindAttribute(predicate.attribute);
-        if (value == nullptr || (predicate.hasValue && *value != predicate.value))
+        const XmlString* value = element.FindAttribute(predicate.attribute);
+        if (value == nullptr || (predicate.hasValue && value->View() != predicate.value))
             return false;
     }
     return true;

@@ -2,18 +2,17 @@
 
 #include "Platform/Xml/XmlChars.h"
 
-#include <new>
 
 namespace qm::xml
 {
-XmlAttribute::XmlAttribute(XmlDocument* owner, XmlName name, wstring value) noexcept
+XmlAttribute::XmlAttribute(XmlDocument* owner, XmlString name, XmlString value) noexcept
     : XmlNode(NODE_ATTRIBUTE, owner), m_name(std::move(name)), m_value(std::move(value))
 {
 }
 
-XmlAttribute* XmlAttribute::Create(XmlDocument* owner, XmlName name, wstring value)
+XmlAttribute* XmlAttribute::Create(XmlDocument* owner, XmlString name, XmlString value)
 {
-    return new XmlAttribute(owner, std::move(name), std::move(value));
+    return Make<XmlAttribute>(nullptr, owner, std::move(name), std::move(value));
 }
 
 HRESULT XmlAttribute::get_name(BSTR* name) { return get_nodeName(name); }
@@ -27,5 +26,8 @@ void* XmlAttribute::QueryTyped(REFIID riid) noexcept
     return riid == IID_IXMLDOMAttribute ? static_cast<IXMLDOMAttribute*>(this) : nullptr;
 }
 
-XmlNodeCore* XmlAttribute::CloneSelf(XmlDocument* owner) const { return Create(owner, m_name, m_value); }
+XmlNodeCore* XmlAttribute::CloneSelf(XmlDocument* owner) const
+{
+    return Create(owner, XmlString(m_name.View()), XmlString(m_value.View()));
+}
 } // namespace qm::xml

@@ -9,26 +9,26 @@ namespace qm::xml
 class XmlAttribute final : public XmlNode<IXMLDOMAttribute>
 {
 public:
-    static XmlAttribute* Create(XmlDocument* owner, XmlName name, wstring value);
+    static XmlAttribute* Create(XmlDocument* owner, XmlString name, XmlString value);
 
-    const wstring& Value() const noexcept { return m_value; }
-    void SetValue(wstring value) noexcept { m_value = std::move(value); }
-    const XmlName& Name() const noexcept { return m_name; }
+    const XmlString& Value() const noexcept { return m_value; }
+    void SetValue(XmlString value) noexcept { m_value = std::move(value); }
 
     // IXMLDOMAttribute
     HRESULT get_name(BSTR* name) override;
     HRESULT get_value(VARIANT* value) override;
     HRESULT put_value(VARIANT value) override;
 
-    wstring_view NodeName() const noexcept override { return *m_name; }
-    const wstring* ValuePtr() const noexcept override { return &m_value; }
+    wstring_view NodeName() const noexcept override { return m_name; }
+    const XmlString* ValuePtr() const noexcept override { return &m_value; }
     void* QueryTyped(REFIID riid) noexcept override;
 
 private:
-    XmlAttribute(XmlDocument* owner, XmlName name, wstring value) noexcept;
+    friend class XmlNodeCore;
+    XmlAttribute(XmlDocument* owner, XmlString name, XmlString value) noexcept;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
 
-    XmlName m_name;
-    wstring m_value;
+    XmlString m_name;
+    XmlString m_value;
 };
 } // namespace qm::xml

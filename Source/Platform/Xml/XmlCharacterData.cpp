@@ -2,9 +2,9 @@
 
 namespace qm::xml
 {
-XmlText* XmlText::Create(XmlDocument* owner, DOMNodeType type, wstring value)
+XmlText* XmlText::Create(XmlDocument* owner, DOMNodeType type, XmlString value, XmlArena* arena)
 {
-    return new XmlText(type, owner, std::move(value));
+    return Make<XmlText>(arena, type, owner, std::move(value));
 }
 
 wstring_view XmlText::NodeName() const noexcept
@@ -21,11 +21,14 @@ void* XmlText::QueryTyped(REFIID riid) noexcept
     return nullptr;
 }
 
-XmlNodeCore* XmlText::CloneSelf(XmlDocument* owner) const { return Create(owner, Type(), Value()); }
-
-XmlComment* XmlComment::Create(XmlDocument* owner, wstring value)
+XmlNodeCore* XmlText::CloneSelf(XmlDocument* owner) const
 {
-    return new XmlComment(NODE_COMMENT, owner, std::move(value));
+    return Create(owner, Type(), XmlString(Value().View()));
+}
+
+XmlComment* XmlComment::Create(XmlDocument* owner, XmlString value, XmlArena* arena)
+{
+    return Make<XmlComment>(arena, NODE_COMMENT, owner, std::move(value));
 }
 
 void* XmlComment::QueryTyped(REFIID riid) noexcept
@@ -35,16 +38,17 @@ void* XmlComment::QueryTyped(REFIID riid) noexcept
     return nullptr;
 }
 
-XmlNodeCore* XmlComment::CloneSelf(XmlDocument* owner) const { return Create(owner, Value()); }
+XmlNodeCore* XmlComment::CloneSelf(XmlDocument* owner) const { return Create(owner, XmlString(Value().View())); }
 
-XmlProcessingInstruction::XmlProcessingInstruction(XmlDocument* owner, wstring target, wstring data) noexcept
+XmlProcessingInstruction::XmlProcessingInstruction(XmlDocument* owner, XmlString target, XmlString data) noexcept
     : XmlNode(NODE_PROCESSING_INSTRUCTION, owner), m_target(std::move(target)), m_value(std::move(data))
 {
 }
 
-XmlProcessingInstruction* XmlProcessingInstruction::Create(XmlDocument* owner, wstring target, wstring data)
+XmlProcessingInstruction* XmlProcessingInstruction::Create(XmlDocument* owner, XmlString target, XmlString data,
+                                                           XmlArena* arena)
 {
-    return new XmlProcessingInstruction(owner, std::move(target), std::move(data));
+    return Make<XmlProcessingInstruction>(arena, owner, std::move(target), std::move(data));
 }
 
 HRESULT XmlProcessingInstruction::get_target(BSTR* target) { return get_nodeName(target); }
@@ -56,6 +60,6 @@ void* XmlProcessingInstruction::QueryTyped(REFIID riid) noexcept
 
 XmlNodeCore* XmlProcessingInstruction::CloneSelf(XmlDocument* owner) const
 {
-    return Create(owner, m_target, m_value);
+    return Create(owner, XmlString(m_target.View()), XmlString(m_value.View()));
 }
 } // namespace qm::xml

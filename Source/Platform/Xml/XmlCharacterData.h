@@ -9,9 +9,9 @@ template <class Itf>
 class XmlCharacterDataImpl : public XmlNode<Itf>
 {
 public:
-    const wstring& Value() const noexcept { return m_value; }
+    const XmlString& Value() const noexcept { return m_value; }
     // The value is checked by the caller.
-    void SetValue(wstring value) noexcept { m_value = std::move(value); }
+    void SetValue(XmlString value) noexcept { m_value = std::move(value); }
 
     // IXMLDOMCharacterData
     HRESULT get_data(BSTR* data) override { return this->get_text(data); }
@@ -24,16 +24,16 @@ public:
         return S_OK;
     }
 
-    const wstring* ValuePtr() const noexcept override { return &m_value; }
+    const XmlString* ValuePtr() const noexcept override { return &m_value; }
 
 protected:
-    XmlCharacterDataImpl(DOMNodeType type, XmlDocument* owner, wstring value) noexcept
+    XmlCharacterDataImpl(DOMNodeType type, XmlDocument* owner, XmlString value) noexcept
         : XmlNode<Itf>(type, owner), m_value(std::move(value))
     {
     }
 
 private:
-    wstring m_value;
+    XmlString m_value;
 };
 
 // A text node or a CDATA section.
@@ -41,12 +41,13 @@ class XmlText final : public XmlCharacterDataImpl<IXMLDOMCDATASection>
 {
 public:
     // type is NODE_TEXT or NODE_CDATA_SECTION; the value is not checked.
-    static XmlText* Create(XmlDocument* owner, DOMNodeType type, wstring value);
+    static XmlText* Create(XmlDocument* owner, DOMNodeType type, XmlString value, XmlArena* arena = nullptr);
 
     wstring_view NodeName() const noexcept override;
     void* QueryTyped(REFIID riid) noexcept override;
 
 private:
+    friend class XmlNodeCore;
     using XmlCharacterDataImpl::XmlCharacterDataImpl;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
 };
@@ -54,12 +55,13 @@ private:
 class XmlComment final : public XmlCharacterDataImpl<IXMLDOMComment>
 {
 public:
-    static XmlComment* Create(XmlDocument* owner, wstring value);
+    static XmlComment* Create(XmlDocument* owner, XmlString value, XmlArena* arena = nullptr);
 
     wstring_view NodeName() const noexcept override { return u"#comment"; }
     void* QueryTyped(REFIID riid) noexcept override;
 
 private:
+    friend class XmlNodeCore;
     using XmlCharacterDataImpl::XmlCharacterDataImpl;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
 };
@@ -67,11 +69,12 @@ private:
 class XmlProcessingInstruction final : public XmlNode<IXMLDOMProcessingInstruction>
 {
 public:
-    static XmlProcessingInstruction* Create(XmlDocument* owner, wstring target, wstring data);
+    static XmlProcessingInstruction* Create(XmlDocument* owner, XmlString target, XmlString data,
+                                            XmlArena* arena = nullptr);
 
-    const wstring& Target() const noexcept { return m_target; }
-    const wstring& Value() const noexcept { return m_value; }
-    void SetValue(wstring value) noexcept { m_value = std::move(value); }
+    wstring_view Target() const noexcept { return m_target; }
+    const XmlString& Value() const noexcept { return m_value; }
+    void SetValue(XmlString value) noexcept { m_value = std::move(value); }
 
     // IXMLDOMProcessingInstruction
     HRESULT get_target(BSTR* target) override;
@@ -79,14 +82,15 @@ public:
     HRESULT put_data(BSTR data) override { return put_text(data); }
 
     wstring_view NodeName() const noexcept override { return m_target; }
-    const wstring* ValuePtr() const noexcept override { return &m_value; }
+    const XmlString* ValuePtr() const noexcept override { return &m_value; }
     void* QueryTyped(REFIID riid) noexcept override;
 
 private:
-    XmlProcessingInstruction(XmlDocument* owner, wstring target, wstring data) noexcept;
+    friend class XmlNodeCore;
+    XmlProcessingInstruction(XmlDocument* owner, XmlString target, XmlString data) noexcept;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
 
-    wstring m_target;
-    wstring m_value;
+    XmlString m_target;
+    XmlString m_value;
 };
 } // namespace qm::xml

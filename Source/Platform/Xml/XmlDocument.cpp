@@ -80,24 +80,22 @@ HRESULT XmlDocument::Create(XmlDocument** document)
 {
     if (document == nullptr)
         return E_POINTER;
-    *document = new (std::nothrow) XmlDocument();
-    if (*document == nullptr)
+    try
+    {
+        *document = Make<XmlDocument>(nullptr);
+    }
+    catch (const std::bad_alloc&)
+    {
+        *document = nullptr;
         return E_OUTOFMEMORY;
+    }
     (*document)->Hold();
     return S_OK;
 }
 
-XmlName XmlDocument::Intern(wstring_view name)
-{
-    auto [entry, inserted] = m_names.try_emplace(wstring(name));
-    if (inserted)
-        entry->second = std::make_shared<const wstring>(name);
-    return entry->second;
-}
-
 XmlDocument* XmlDocument::CloneEmpty() const
 {
-    auto* copy = new XmlDocument();
+    auto* copy = Make<XmlDocument>(nullptr);
     copy->m_async = m_async;
     copy->m_validateOnParse = m_validateOnParse;
     copy->m_resolveExternals = m_resolveExternals;
@@ -152,7 +150,7 @@ HRESULT XmlDocument::createElement(BSTR tagName, IXMLDOMElement** element)
         return E_INVALIDARG;
     try
     {
-        return HandOut<IXMLDOMElement>(XmlElement::Create(this, Intern(name)), element);
+        return HandOut<IXMLDOMElement>(XmlElement::Create(this, XmlString(name)), element);
     }
     catch (const std::bad_alloc&)
     {
@@ -170,7 +168,7 @@ HRESULT XmlDocument::createTextNode(BSTR data, IXMLDOMText** text)
         return E_INVALIDARG;
     try
     {
-        return HandOut<IXMLDOMText>(XmlText::Create(this, NODE_TEXT, wstring(value)), text);
+        return HandOut<IXMLDOMText>(XmlText::Create(this, NODE_TEXT, XmlString(value)), text);
     }
     catch (const std::bad_alloc&)
     {
@@ -188,7 +186,7 @@ HRESULT XmlDocument::createComment(BSTR data, IXMLDOMComment** comment)
         return E_INVALIDARG;
     try
     {
-        return HandOut<IXMLDOMComment>(XmlComment::Create(this, wstring(value)), comment);
+        return HandOut<IXMLDOMComment>(XmlComment::Create(this, XmlString(value)), comment);
     }
     catch (const std::bad_alloc&)
     {
@@ -206,7 +204,7 @@ HRESULT XmlDocument::createCDATASection(BSTR data, IXMLDOMCDATASection** cdata)
         return E_INVALIDARG;
     try
     {
-        return HandOut<IXMLDOMCDATASection>(XmlText::Create(this, NODE_CDATA_SECTION, wstring(value)), cdata);
+        return HandOut<IXMLDOMCDATASection>(XmlText::Create(this, NODE_CDATA_SECTION, XmlString(value)), cdata);
     }
     catch (const std::bad_alloc&)
     {
@@ -226,7 +224,7 @@ HRESULT XmlDocument::createProcessingInstruction(BSTR target, BSTR data, IXMLDOM
     try
     {
         return HandOut<IXMLDOMProcessingInstruction>(
-            XmlProcessingInstruction::Create(this, wstring(name), wstring(value)), pi);
+            XmlProcessingInstruction::Create(this, XmlString(name), XmlString(value)), pi);
     }
     catch (const std::bad_alloc&)
     {
@@ -244,7 +242,7 @@ HRESULT XmlDocument::createAttribute(BSTR name, IXMLDOMAttribute** attribute)
         return E_INVALIDARG;
     try
     {
-        return HandOut<IXMLDOMAttribute>(XmlAttribute::Create(this, Intern(text), wstring()), attribute);
+        return HandOut<IXMLDOMAttribute>(XmlAttribute::Create(this, XmlString(text), XmlString()), attribute);
     }
     catch (const std::bad_alloc&)
     {

@@ -7,7 +7,6 @@
 #include "qm/Platform/Com/Stream.h"
 
 #include <string>
-#include <unordered_map>
 
 namespace qm::xml
 {
@@ -18,9 +17,6 @@ class XmlDocument final : public XmlNode<IXMLDOMDocument2>
 public:
     // A new empty document with a count of one.
     static HRESULT Create(XmlDocument** document);
-
-    // Interns a name for this document's nodes.
-    XmlName Intern(wstring_view name);
 
     // IXMLDOMDocument
     HRESULT get_documentElement(IXMLDOMElement** root) override;
@@ -56,6 +52,7 @@ public:
     XmlDocument* CloneEmpty() const;
 
 private:
+    friend class XmlNodeCore;
     XmlDocument() noexcept;
     ~XmlDocument() override;
 
@@ -73,7 +70,6 @@ private:
     bool m_resolveExternals = false;
     bool m_preserveWhiteSpace = false;
     wstring m_selectionNamespaces;
-    std::unordered_map<wstring, XmlName> m_names;
     ComPtr<XmlParseError> m_parseError;
 };
 } // namespace qm::xml

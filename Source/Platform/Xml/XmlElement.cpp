@@ -9,19 +9,22 @@
 
 namespace qm::xml
 {
-const wstring& XmlElement::Attribute::Value() const noexcept { return node ? node->Value() : value; }
+const XmlString& XmlElement::Attribute::Value() const noexcept { return node ? node->Value() : value; }
 
-XmlElement::XmlElement(XmlDocument* owner, XmlName name) noexcept
+XmlElement::XmlElement(XmlDocument* owner, XmlString name) noexcept
     : XmlNode(NODE_ELEMENT, owner), m_name(std::move(name))
 {
 }
 
-XmlElement* XmlElement::Create(XmlDocument* owner, XmlName name) { return new XmlElement(owner, std::move(name)); }
+XmlElement* XmlElement::Create(XmlDocument* owner, XmlString name, XmlArena* arena)
+{
+    return Make<XmlElement>(arena, owner, std::move(name));
+}
 
-const wstring* XmlElement::FindAttribute(wstring_view name) const noexcept
+const XmlString* XmlElement::FindAttribute(wstring_view name) const noexcept
 {
     for (const Attribute& attribute : m_attributes)
-        if (*attribute.name == name)
+        if (attribute.name.View() == name)
             return &attribute.Value();
     return nullptr;
 }
@@ -29,20 +32,20 @@ const wstring* XmlElement::FindAttribute(wstring_view name) const noexcept
 std::vector<XmlElement::Attribute>::iterator XmlElement::Find(wstring_view name) noexcept
 {
     return std::find_if(m_attributes.begin(), m_attributes.end(),
-                        [name](const Attribute& attribute) { return *attribute.name == name; });
+                        [name](const Attribute& attribute) { return attribute.name.View() == name; });
 }
 
-HRESULT XmlElement::SetAttributeText(wstring_view name, wstring value)
+HRESULT XmlElement::SetAttributeText(wstring_view name, wstring_view value)
 {
     if (!IsValidName(name) || !IsValidText(value))
         return E_INVALIDARG;
     auto found = Find(name);
     if (found == m_attributes.end())
-        m_attributes.push_back({Owner()->Intern(name), std::move(value)});
+        m_attributes.push_back({XmlString(name), XmlString(value)});
     else if (found->node)
-        found->node->SetValue(std::move(value));
+        found->node->SetValue(XmlString(value));
     else
-        found->value = std::move(value);
+        found->value = XmlString(value);
     return S_OK;
 }
 
@@ -51,9 +54,10 @@ XmlAttribute* XmlElement::AttributeNode(std::size_t index)
     Attribute& attribute = m_attributes[index];
     if (attribute.node == nullptr)
     {
-        attribute.node = XmlAttribute::Create(Owner(), attribute.name, std::move(attribute.value));
+        // The node may outlive this element and its arena: it owns copies.
+        attribute.node = XmlAttribute::Create(Owner(), XmlString(attribute.name.View()), XmlString(attribute.value.View()));
         attribute.node->SetParent(this);
-        attribute.value.clear();
+        attribute.value = XmlString();
     }
     return attribute.node;
 }
@@ -65,7 +69,7 @@ HRESULT XmlElement::getAttribute(BSTR name, VARIANT* value)
     if (value == nullptr)
         return E_POINTER;
     VariantInit(value);
-    const wstring* found = FindAttribute(qm::BstrView(name));
+    const XmlString* found = FindAttribute(qm::BstrView(name));
     if (found == nullptr)
     {
         value->vt = VT_NULL;
@@ -86,7 +90,7 @@ HRESULT XmlElement::setAttribute(BSTR name, VARIANT value)
         return hr;
     try
     {
-        return SetAttributeText(qm::BstrView(name), wstring(qm::BstrView(text.bstrVal)));
+        return SetAttributeText(qm::BstrView(name), qm::BstrView(text.bstrVal));
     }
     catch (const std::bad_alloc&)
     {
@@ -139,16 +143,16 @@ void* XmlElement::QueryTyped(REFIID riid) noexcept
 
 XmlNodeCore* XmlElement::CloneSelf(XmlDocument* owner) const
 {
-    XmlElement* copy = Create(owner, m_name);
+    XmlElement* copy = Create(owner, XmlString(m_name.View()));
     try
     {
         copy->m_attributes.reserve(m_attributes.size());
         for (const Attribute& attribute : m_attributes)
-            copy->m_attributes.push_back({attribute.name, attribute.Value()});
+            copy->m_attributes.push_back({XmlString(attribute.name.View()), XmlString(attribute.Value().View())});
     }
     catch (...)
     {
-        delete copy;
+        DestroySubtree(copy);
         throw;
     }
     return copy;

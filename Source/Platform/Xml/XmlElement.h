@@ -16,25 +16,29 @@ class XmlElement final : public XmlNode<IXMLDOMElement>
 public:
     struct Attribute
     {
-        XmlName name;
-        wstring value;
+        XmlString name;
+        XmlString value;
         XmlAttribute* node = nullptr;
 
-        const wstring& Value() const noexcept;
+        const XmlString& Value() const noexcept;
     };
 
-    // A new parentless element with a count of zero; the name is not checked.
-    static XmlElement* Create(XmlDocument* owner, XmlName name);
+    // A new parentless element with a count of zero, in a parse's arena or on the heap;
+    // the name is not checked.
+    static XmlElement* Create(XmlDocument* owner, XmlString name, XmlArena* arena = nullptr);
 
-    const wstring& Name() const noexcept { return *m_name; }
+    wstring_view Name() const noexcept { return m_name; }
     const std::vector<Attribute>& Attributes() const noexcept { return m_attributes; }
     // The value of an attribute, or null when it is missing.
-    const wstring* FindAttribute(wstring_view name) const noexcept;
+    const XmlString* FindAttribute(wstring_view name) const noexcept;
     void ReserveAttributes(std::size_t count) { m_attributes.reserve(count); }
     // For the parser: appends an attribute without checks.
-    void AppendAttribute(XmlName name, wstring value) { m_attributes.push_back({std::move(name), std::move(value)}); }
+    void AppendAttribute(XmlString name, XmlString value)
+    {
+        m_attributes.push_back({std::move(name), std::move(value)});
+    }
     // Sets or adds an attribute; E_INVALIDARG for a bad name or a value XML cannot carry.
-    HRESULT SetAttributeText(wstring_view name, wstring value);
+    HRESULT SetAttributeText(wstring_view name, wstring_view value);
     // The node of attribute `index`, made on first request and the same object after.
     XmlAttribute* AttributeNode(std::size_t index);
 
@@ -45,11 +49,12 @@ public:
     HRESULT removeAttribute(BSTR name) override;
     HRESULT getAttributeNode(BSTR name, IXMLDOMAttribute** attribute) override;
 
-    wstring_view NodeName() const noexcept override { return *m_name; }
+    wstring_view NodeName() const noexcept override { return m_name; }
     void* QueryTyped(REFIID riid) noexcept override;
 
 private:
-    XmlElement(XmlDocument* owner, XmlName name) noexcept;
+    friend class XmlNodeCore;
+    XmlElement(XmlDocument* owner, XmlString name) noexcept;
 
     std::vector<Attribute>::iterator Find(wstring_view name) noexcept;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
@@ -57,7 +62,7 @@ private:
     void DetachAttribute(XmlNodeCore* attribute) noexcept override;
     void OnOwnerChanged(XmlDocument* owner) noexcept override;
 
-    XmlName m_name;
+    XmlString m_name;
     std::vector<Attribute> m_attributes;
 };
 } // namespace qm::xml

@@ -40,44 +40,47 @@ bool Equal(std::string_view a, std::string_view b) noexcept
 }
 } // namespace
 
-XmlName XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) const noexcept
+XmlNameCache::Entry* XmlNameCache::Find(std::string_view utf8, std::uint32_t hash) noexcept
 {
     if (m_slots.empty())
         return nullptr;
     std::size_t i = hash & (m_slots.size() - 1);
     for (std::size_t probe = 0; probe < kMaxProbe; ++probe, i = (i + 1) & (m_slots.size() - 1))
     {
-        const Slot& slot = m_slots[i];
-        if (!slot.name)
+        Slot& slot = m_slots[i];
+        if (slot.key.empty())
             return nullptr;
         if (slot.hash == hash && Equal(slot.key, utf8))
-            return slot.name;
+            return &slot.entry;
     }
     return nullptr;
 }
 
-void XmlNameCache::Add(std::string_view utf8, std::uint32_t hash, const XmlName& name)
+XmlNameCache::Entry* XmlNameCache::Add(std::string_view utf8, std::uint32_t hash, wstring_view text)
 {
-    if (m_count >= kMaxNames)
-        return;
+    if (m_count >= kMaxNames || utf8.empty())
+        return nullptr;
     // At most half full, so that probes stay short and always end at an empty slot.
     if (2 * (m_count + 1) > m_slots.size())
         Grow();
-    if (Insert(Slot{hash, std::string(utf8), name}))
-        ++m_count;
+    Slot* slot = Insert(Slot{hash, std::string(utf8), Entry{wstring(text)}});
+    if (slot == nullptr)
+        return nullptr;
+    ++m_count;
+    return &slot->entry;
 }
 
-bool XmlNameCache::Insert(Slot slot) noexcept
+XmlNameCache::Slot* XmlNameCache::Insert(Slot slot) noexcept
 {
     std::size_t i = slot.hash & (m_slots.size() - 1);
     for (std::size_t probe = 0; probe < kMaxProbe; ++probe, i = (i + 1) & (m_slots.size() - 1))
-        if (!m_slots[i].name)
+        if (m_slots[i].key.empty())
         {
             m_slots[i] = std::move(slot);
-            return true;
+            return &m_slots[i];
         }
     // Names crafted to collide are simply not remembered.
-    return false;
+    return nullptr;
 }
 
 void XmlNameCache::Grow()
@@ -86,7 +89,7 @@ void XmlNameCache::Grow()
     old.swap(m_slots);
     m_count = 0;
     for (Slot& slot : old)
-        if (slot.name && Insert(std::move(slot)))
+        if (!slot.key.empty() && Insert(std::move(slot)))
             ++m_count;
 }
 } // namespace qm::xml

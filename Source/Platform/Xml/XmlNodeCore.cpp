@@ -190,7 +190,7 @@ HRESULT XmlNodeCore::CanInsert(XmlNodeCore* child, XmlNodeCore* before) const no
 wstring XmlNodeCore::Text() const
 {
     if (IsCharacterData() || m_type == NODE_PROCESSING_INSTRUCTION || m_type == NODE_ATTRIBUTE)
-        return *ValuePtr();
+        return wstring(ValuePtr()->View());
     wstring text;
     for (const XmlNodeCore* node = m_firstChild; node; node = node->NextInTree(this))
         if (node->m_type == NODE_TEXT || node->m_type == NODE_CDATA_SECTION)
@@ -234,8 +234,53 @@ XmlNodeCore* XmlNodeCore::Clone(bool deep, XmlDocument* owner) const
     return copyRoot;
 }
 
+namespace
+{
+// Gives back the counts of destroyed nodes to their arenas and to the census, a run of
+// nodes from one arena at a time rather than one by one.
+class Reclaim
+{
+public:
+    Reclaim(const Reclaim&) = delete;
+    Reclaim& operator=(const Reclaim&) = delete;
+    Reclaim() noexcept = default;
+    ~Reclaim()
+    {
+        Flush();
+        XmlNodeCore::CountMade(-m_destroyed);
+    }
+
+    void Destroyed(XmlArena* arena) noexcept
+    {
+        ++m_destroyed;
+        if (arena == nullptr)
+            return;
+        if (arena != m_arena)
+        {
+            Flush();
+            m_arena = arena;
+        }
+        ++m_fromArena;
+    }
+
+private:
+    void Flush() noexcept
+    {
+        if (m_arena)
+            m_arena->Release(m_fromArena);
+        m_arena = nullptr;
+        m_fromArena = 0;
+    }
+
+    XmlArena* m_arena = nullptr;
+    long m_fromArena = 0;
+    long m_destroyed = 0;
+};
+} // namespace
+
 void DestroySubtree(XmlNodeCore* root) noexcept
 {
+    Reclaim reclaim;
     XmlNodeCore* node = root;
     for (;;)
     {
@@ -253,7 +298,13 @@ void DestroySubtree(XmlNodeCore* root) noexcept
                 parent->m_lastChild = nullptr;
         }
         node->DestroyAttached();
-        delete node;
+        XmlArena* arena = node->m_arena;
+        // An arena's memory goes back with its last node; the node's own parts go now.
+        if (arena)
+            node->~XmlNodeCore();
+        else
+            delete node;
+        reclaim.Destroyed(arena);
         if (isRoot)
             return;
         node = next ? next : parent;

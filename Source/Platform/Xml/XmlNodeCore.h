@@ -6,19 +6,22 @@
 // (a new or removed node) holds one reference on its owner document while it is held.
 // A root whose count falls to zero is destroyed with its whole subtree at once. None of
 // the walks here recurse, so no tree depth can exhaust the stack.
+//
+// A node lives in the arena of the parse that read it, or on the heap when it was made
+// or copied later; either way it is destroyed at once when it dies.
 #pragma once
 
+#include "Platform/Xml/XmlArena.h"
+#include "Platform/Xml/XmlString.h"
 #include "qm/Platform/Xml/XmlDom.h"
 
 #include <atomic>
-#include <memory>
+#include <new>
+#include <utility>
 
 namespace qm::xml
 {
 class XmlDocument;
-
-// Names are shared between nodes; a parse interns each distinct name once.
-using XmlName = std::shared_ptr<const wstring>;
 
 class XmlNodeCore
 {
@@ -47,6 +50,8 @@ public:
 
     // Nodes alive in the process: lets tests see that a subtree is freed at once.
     static long LiveNodes() noexcept { return s_liveNodes.load(std::memory_order_relaxed); }
+    // A parse counts the nodes it made in its arena once, not one by one.
+    static void CountMade(long count) noexcept { s_liveNodes.fetch_add(count, std::memory_order_relaxed); }
 
     // Reference counting of the interfaces (see the comment at the top).
     ULONG Hold() noexcept;
@@ -72,7 +77,7 @@ public:
     static void ReleaseIfUnheld(XmlNodeCore* root) noexcept;
 
     // The value of a text, CDATA, comment, processing instruction or attribute node.
-    virtual const wstring* ValuePtr() const noexcept { return nullptr; }
+    virtual const XmlString* ValuePtr() const noexcept { return nullptr; }
 
     // Text of this node and its descendants, in document order.
     wstring Text() const;
@@ -86,11 +91,21 @@ public:
     void SetParent(XmlNodeCore* parent) noexcept { m_parent = parent; }
 
 protected:
-    XmlNodeCore(DOMNodeType type, XmlDocument* owner) noexcept : m_type(type), m_owner(owner)
+    XmlNodeCore(DOMNodeType type, XmlDocument* owner) noexcept : m_type(type), m_owner(owner) {}
+    virtual ~XmlNodeCore() = default;
+
+    // A new node of kind T in the arena (which then counts it; see CountMade) or, without
+    // one, on the heap. T's constructor may not throw.
+    template <class T, class... Args>
+    static T* Make(XmlArena* arena, Args&&... args)
     {
-        s_liveNodes.fetch_add(1, std::memory_order_relaxed);
+        void* memory = arena ? arena->Allocate(sizeof(T), alignof(T)) : ::operator new(sizeof(T));
+        T* node = new (memory) T(std::forward<Args>(args)...);
+        static_cast<XmlNodeCore*>(node)->m_arena = arena;
+        if (arena == nullptr)
+            CountMade(1);
+        return node;
     }
-    virtual ~XmlNodeCore() { s_liveNodes.fetch_sub(1, std::memory_order_relaxed); }
 
     // A copy of this node alone, for Clone.
     virtual XmlNodeCore* CloneSelf(XmlDocument* owner) const = 0;
@@ -112,6 +127,7 @@ private:
     DOMNodeType m_type;
     LONG m_count = 0;
     XmlDocument* m_owner;
+    XmlArena* m_arena = nullptr;
     XmlNodeCore* m_parent = nullptr;
     XmlNodeCore* m_firstChild = nullptr;
     XmlNodeCore* m_lastChild = nullptr;

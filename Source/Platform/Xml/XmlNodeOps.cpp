@@ -120,7 +120,7 @@ HRESULT GetNodeValue(XmlNodeCore& node, VARIANT* value)
     if (value == nullptr)
         return E_POINTER;
     VariantInit(value);
-    const wstring* text = node.ValuePtr();
+    const XmlString* text = node.ValuePtr();
     if (text == nullptr)
     {
         value->vt = VT_NULL;
@@ -315,25 +315,25 @@ HRESULT PutText(XmlNodeCore& node, BSTR text)
         {
         case NODE_TEXT:
         case NODE_CDATA_SECTION:
-            static_cast<XmlText&>(node).SetValue(wstring(value));
+            static_cast<XmlText&>(node).SetValue(XmlString(value));
             return S_OK;
         case NODE_COMMENT:
             if (!IsValidComment(value))
                 return E_INVALIDARG;
-            static_cast<XmlComment&>(node).SetValue(wstring(value));
+            static_cast<XmlComment&>(node).SetValue(XmlString(value));
             return S_OK;
         case NODE_PROCESSING_INSTRUCTION: {
             auto& pi = static_cast<XmlProcessingInstruction&>(node);
             if (!IsValidProcessingInstruction(pi.Target(), value))
                 return E_INVALIDARG;
-            pi.SetValue(wstring(value));
+            pi.SetValue(XmlString(value));
             return S_OK;
         }
         case NODE_ATTRIBUTE:
-            static_cast<XmlAttribute&>(node).SetValue(wstring(value));
+            static_cast<XmlAttribute&>(node).SetValue(XmlString(value));
             return S_OK;
         case NODE_ELEMENT: {
-            XmlText* child = value.empty() ? nullptr : XmlText::Create(node.Owner(), NODE_TEXT, wstring(value));
+            XmlText* child = value.empty() ? nullptr : XmlText::Create(node.Owner(), NODE_TEXT, XmlString(value));
             node.RemoveAllChildren();
             if (child)
                 node.InsertChild(child, nullptr);

@@ -119,6 +119,7 @@ XML_Parser XmlParser::Expat()
 bool XmlParser::Parse(const char* data, std::size_t size)
 {
     const bool utf8 = m_encoding == nullptr || std::strcmp(m_encoding, "UTF-8") == 0;
+    m_builder.ExpectBytes(size);
     if (!m_failed && m_parser == nullptr && utf8)
     {
         if (XmlScanner(m_builder, m_encoding != nullptr).Scan(std::string_view(data, size)))
@@ -160,7 +161,7 @@ void XmlParser::RecordExpatError()
     const XML_Error code = XML_GetErrorCode(m_parser);
     m_error.code = kErrorBase + static_cast<LONG>(code);
     const char* reason = XML_ErrorString(code);
-    m_error.reason = Text(reason ? reason : "unknown error");
+    qm::ToUtf16(reason ? reason : "unknown error", m_error.reason);
     m_error.line = Clamp(XML_GetCurrentLineNumber(m_parser));
     m_error.column = Clamp(XML_GetCurrentColumnNumber(m_parser) + 1);
     m_error.position = Clamp(static_cast<unsigned long long>(XML_GetCurrentByteIndex(m_parser) < 0
@@ -185,20 +186,19 @@ void XmlParser::Refuse(const char16_t* reason)
     m_failed = true;
 }
 
-XmlName XmlParser::Name(const char* utf8)
+bool XmlParser::Name(const char* utf8, XmlString& name)
 {
-    XmlName name = m_builder.Name(utf8);
-    if (!name)
-        Fail(kErrorName, u"A name holds characters that cannot be written back.");
-    return name;
+    if (m_builder.Name(utf8, name))
+        return true;
+    Fail(kErrorName, u"A name holds characters that cannot be written back.");
+    return false;
 }
 
-wstring XmlParser::Text(std::string_view utf8)
+XmlString XmlParser::Text(std::string_view utf8)
 {
     // expat hands out well-formed UTF-8 only.
-    wstring text;
-    qm::ToUtf16(utf8, text);
-    return text;
+    qm::ToUtf16(utf8, m_utf16);
+    return m_builder.Store(m_utf16);
 }
 
 void XmlParser::FlushText()
@@ -231,8 +231,8 @@ void XmlParser::StartElement(const char* name, const char** attributes)
     FlushText();
     if (m_builder.AtMaxDepth())
         return Fail(kErrorTooDeep, u"Elements are nested too deeply.");
-    XmlName elementName = Name(name);
-    if (!elementName)
+    XmlString elementName;
+    if (!Name(name, elementName))
         return;
     XmlElement* element = m_builder.OpenElement(std::move(elementName));
     std::size_t count = 0;
@@ -241,8 +241,8 @@ void XmlParser::StartElement(const char* name, const char** attributes)
     element->ReserveAttributes(count);
     for (const char** attribute = attributes; *attribute; attribute += 2)
     {
-        XmlName attributeName = Name(attribute[0]);
-        if (!attributeName)
+        XmlString attributeName;
+        if (!Name(attribute[0], attributeName))
             return;
         element->AppendAttribute(std::move(attributeName), Text(attribute[1]));
     }
@@ -297,7 +297,7 @@ void XmlParser::OnStartCdata(void* self)
 void XmlParser::OnEndCdata(void* self)
 {
     Guarded(self, [](XmlParser& parser) {
-        parser.m_builder.AppendCData(Text(parser.m_text));
+        parser.m_builder.AppendCData(parser.Text(parser.m_text));
         parser.m_text.clear();
         parser.m_inCdata = false;
     });
@@ -307,7 +307,7 @@ void XmlParser::OnComment(void* self, const char* text)
 {
     Guarded(self, [&](XmlParser& parser) {
         parser.FlushText();
-        parser.m_builder.AppendComment(Text(text));
+        parser.m_builder.AppendComment(parser.Text(text));
     });
 }
 
@@ -315,10 +315,9 @@ void XmlParser::OnProcessingInstruction(void* self, const char* target, const ch
 {
     Guarded(self, [&](XmlParser& parser) {
         parser.FlushText();
-        wstring name = Text(target);
-        if (!IsValidName(name))
-            return parser.Fail(kErrorName, u"A name holds characters that cannot be written back.");
-        parser.m_builder.AppendProcessingInstruction(std::move(name), Text(data));
+        XmlString name;
+        if (parser.Name(target, name))
+            parser.m_builder.AppendProcessingInstruction(std::move(name), parser.Text(data));
     });
 }
 

@@ -61,8 +61,10 @@ private:
     void StartElement(const char* name, const char** attributes);
     void EndElement();
     void FlushText();
-    XmlName Name(const char* utf8);
-    static wstring Text(std::string_view utf8);
+    // Fails the parse when the name could not be written back.
+    bool Name(const char* utf8, XmlString& name);
+    // UTF-8 from expat as text in the arena.
+    XmlString Text(std::string_view utf8);
     XML_ParserStruct* Expat();
     // Stops the parse with an error of this parser's own.
     void Fail(LONG code, const char16_t* reason);
@@ -72,6 +74,7 @@ private:
     const char* m_encoding;
     XmlTreeBuilder m_builder;
     std::string m_text;
+    wstring m_utf16;
     bool m_inCdata = false;
     bool m_textIsContent = false;
     XmlParseErrorInfo m_error;

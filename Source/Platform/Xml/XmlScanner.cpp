@@ -328,8 +328,8 @@ bool XmlScanner::StartTag()
     std::string_view name;
     if (!Name(name) || m_builder.AtMaxDepth())
         return false;
-    XmlName elementName = m_builder.Name(name);
-    if (!elementName)
+    XmlString elementName;
+    if (!m_builder.Name(name, elementName))
         return false;
     XmlElement* element = m_builder.OpenElement(std::move(elementName));
     if (!Attributes(*element))
@@ -373,10 +373,11 @@ bool XmlScanner::Attributes(XmlElement& element)
     element.ReserveAttributes(m_attributes.size());
     for (const Attribute& attribute : m_attributes)
     {
-        XmlName attributeName = m_builder.Name(attribute.name);
-        wstring value;
+        XmlString attributeName;
+        XmlString value;
         const char* raw = attribute.value.data();
-        if (!attributeName || !Decode(raw, raw + attribute.value.size(), Run::Attribute, value))
+        if (!m_builder.Name(attribute.name, attributeName) ||
+            !Decode(raw, raw + attribute.value.size(), Run::Attribute, value))
             return false;
         element.AppendAttribute(std::move(attributeName), std::move(value));
     }
@@ -414,7 +415,7 @@ bool XmlScanner::Comment()
     // "--" may only close the comment.
     const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
     const std::size_t dashes = rest.find("--");
-    wstring text;
+    XmlString text;
     if (dashes == std::string_view::npos || !rest.substr(dashes).starts_with("-->") || !Until("-->", text))
         return false;
     m_builder.AppendComment(std::move(text));
@@ -424,7 +425,7 @@ bool XmlScanner::Comment()
 bool XmlScanner::CData()
 {
     m_p += 9;
-    wstring text;
+    XmlString text;
     if (!Until("]]>", text))
         return false;
     m_builder.AppendCData(std::move(text));
@@ -436,18 +437,18 @@ bool XmlScanner::ProcessingInstruction()
     m_p += 2;
     std::string_view target;
     // "xml" in any case is reserved; the declaration was read before.
-    if (!Name(target) || EqualsIgnoringAsciiCase(target, "xml"))
+    XmlString targetText;
+    if (!Name(target) || EqualsIgnoringAsciiCase(target, "xml") || !m_builder.Name(target, targetText))
         return false;
-    wstring targetText(target.begin(), target.end());
-    wstring data;
+    XmlString data;
     // Data follows white space; none at all is "?>" at once.
-    if (!IsValidName(targetText) || !(Skip("?>") || (SkipSpace() && Until("?>", data))))
+    if (!(Skip("?>") || (SkipSpace() && Until("?>", data))))
         return false;
     m_builder.AppendProcessingInstruction(std::move(targetText), std::move(data));
     return true;
 }
 
-bool XmlScanner::Until(std::string_view terminator, wstring& text)
+bool XmlScanner::Until(std::string_view terminator, XmlString& text)
 {
     const std::string_view rest(m_p, static_cast<std::size_t>(m_end - m_p));
     const std::size_t end = rest.find(terminator);
@@ -468,7 +469,7 @@ bool XmlScanner::Text(const char* end)
     // Layout is dropped without being read; white space needs no checks.
     if (blank && !m_builder.KeepsBlankText())
         return true;
-    wstring text;
+    XmlString text;
     if (!Decode(begin, end, Run::Content, text))
         return false;
     m_builder.AppendText(std::move(text), blank);
@@ -526,11 +527,11 @@ bool XmlScanner::Quoted(std::string_view& value) noexcept
     return true;
 }
 
-bool XmlScanner::Decode(const char* begin, const char* end, Run run, wstring& out) const
+bool XmlScanner::Decode(const char* begin, const char* end, Run run, XmlString& out) const
 {
     // No character takes more UTF-16 units than it took bytes.
-    out.resize(static_cast<std::size_t>(end - begin));
-    char16_t* o = out.data();
+    char16_t* const room = m_builder.Room(static_cast<std::size_t>(end - begin));
+    char16_t* o = room;
     const char* p = begin;
     while (p < end)
     {
@@ -585,7 +586,7 @@ bool XmlScanner::Decode(const char* begin, const char* end, Run run, wstring& ou
             return false;
         }
     }
-    out.resize(static_cast<std::size_t>(o - out.data()));
+    out = m_builder.Keep(room, static_cast<std::size_t>(o - room));
     return true;
 }
 } // namespace qm::xml

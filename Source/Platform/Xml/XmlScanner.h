@@ -43,14 +43,14 @@ private:
     bool ProcessingInstruction();
     bool Text(const char* end);
     // Literal text up to the terminator, which is passed over.
-    bool Until(std::string_view terminator, wstring& text);
+    bool Until(std::string_view terminator, XmlString& text);
 
     bool Name(std::string_view& name) noexcept;
     bool SkipSpace() noexcept;
     bool At(std::string_view literal) const noexcept;
     bool Skip(std::string_view literal) noexcept;
     bool Quoted(std::string_view& value) noexcept;
-    bool Decode(const char* begin, const char* end, Run run, wstring& out) const;
+    bool Decode(const char* begin, const char* end, Run run, XmlString& out) const;
 
     XmlTreeBuilder& m_builder;
     bool m_encodingFixed;

@@ -8,7 +8,7 @@
 
 #include "qm/Platform/Text/Utf8Conversion.h"
 
-#include <memory>
+#include <algorithm>
 #include <utility>
 
 namespace qm::xml
@@ -16,6 +16,7 @@ namespace qm::xml
 namespace
 {
 thread_local XmlNameCache t_names;
+thread_local std::uint64_t t_arenaStamps = 0;
 } // namespace
 
 XmlTreeBuilder::XmlTreeBuilder(XmlDocument& document, bool preserveWhiteSpace) noexcept
@@ -25,24 +26,78 @@ XmlTreeBuilder::XmlTreeBuilder(XmlDocument& document, bool preserveWhiteSpace) n
 
 XmlTreeBuilder::~XmlTreeBuilder() { Discard(); }
 
-XmlName XmlTreeBuilder::Name(std::string_view utf8)
+XmlArena& XmlTreeBuilder::Arena()
+{
+    if (m_arena == nullptr)
+    {
+        m_arena = XmlArena::Create(m_expectedBytes);
+        m_arenaStamp = ++t_arenaStamps;
+    }
+    return *m_arena;
+}
+
+void XmlTreeBuilder::ReleaseArena() noexcept
+{
+    if (m_arena)
+        m_arena->Release(1);
+    m_arena = nullptr;
+}
+
+bool XmlTreeBuilder::Name(std::string_view utf8, XmlString& name)
 {
     const std::uint32_t hash = XmlNameCache::Hash(utf8);
-    if (XmlName known = m_names.Find(utf8, hash))
-        return known;
-    wstring text;
-    qm::ToUtf16(utf8, text);
-    // A name read from UTF-16 or Latin-1 may hold characters that the same name in a
-    // UTF-8 document may not: such a document could never be saved and read back.
-    if (!IsValidName(text))
-        return nullptr;
-    XmlName name = std::make_shared<const wstring>(std::move(text));
-    m_names.Add(utf8, hash, name);
-    return name;
+    XmlNameCache::Entry* entry = m_names.Find(utf8, hash);
+    if (entry == nullptr)
+    {
+        wstring text;
+        qm::ToUtf16(utf8, text);
+        // A name read from UTF-16 or Latin-1 may hold characters that the same name in a
+        // UTF-8 document may not: such a document could never be saved and read back.
+        if (!IsValidName(text))
+            return false;
+        entry = m_names.Add(utf8, hash, text);
+        if (entry == nullptr)
+        {
+            name = Store(text);
+            return true;
+        }
+    }
+    // Each arena holds one copy of each name it uses.
+    Arena();
+    if (entry->stamp != m_arenaStamp)
+    {
+        entry->copy = Store(entry->text).data();
+        entry->stamp = m_arenaStamp;
+    }
+    name = XmlString::Borrow(wstring_view(entry->copy, entry->text.size()));
+    return true;
+}
+
+XmlString XmlTreeBuilder::Store(wstring_view text)
+{
+    char16_t* copy = Room(text.size());
+    std::copy(text.begin(), text.end(), copy);
+    return XmlString::Borrow(wstring_view(copy, text.size()));
+}
+
+XmlString XmlTreeBuilder::Keep(const char16_t* room, std::size_t used) noexcept
+{
+    m_arena->Shrink(room, used * sizeof(char16_t));
+    return XmlString::Borrow(wstring_view(room, used));
+}
+
+void XmlTreeBuilder::CountMade() noexcept
+{
+    if (m_made == 0)
+        return;
+    m_arena->Hold(m_made);
+    XmlNodeCore::CountMade(m_made);
+    m_made = 0;
 }
 
 void XmlTreeBuilder::Append(XmlNodeCore* node)
 {
+    ++m_made;
     if (m_current)
     {
         m_current->InsertChild(node, nullptr);
@@ -54,14 +109,15 @@ void XmlTreeBuilder::Append(XmlNodeCore* node)
     }
     catch (...)
     {
+        CountMade();
         DestroySubtree(node);
         throw;
     }
 }
 
-XmlElement* XmlTreeBuilder::OpenElement(XmlName name)
+XmlElement* XmlTreeBuilder::OpenElement(XmlString name)
 {
-    XmlElement* element = XmlElement::Create(&m_document, std::move(name));
+    XmlElement* element = XmlElement::Create(&m_document, std::move(name), &Arena());
     Append(element);
     m_current = element;
     ++m_depth;
@@ -74,43 +130,50 @@ void XmlTreeBuilder::CloseElement() noexcept
     --m_depth;
 }
 
-void XmlTreeBuilder::AppendText(wstring text, bool blank)
+void XmlTreeBuilder::AppendText(XmlString text, bool blank)
 {
     // Text between elements that is only white space is layout, not content; outside
     // the root element there is no other text.
     if (text.empty() || (blank && !KeepsBlankText()))
         return;
-    Append(XmlText::Create(&m_document, NODE_TEXT, std::move(text)));
+    Append(XmlText::Create(&m_document, NODE_TEXT, std::move(text), &Arena()));
 }
 
-void XmlTreeBuilder::AppendCData(wstring text)
+void XmlTreeBuilder::AppendCData(XmlString text)
 {
-    Append(XmlText::Create(&m_document, NODE_CDATA_SECTION, std::move(text)));
+    Append(XmlText::Create(&m_document, NODE_CDATA_SECTION, std::move(text), &Arena()));
 }
 
-void XmlTreeBuilder::AppendComment(wstring text) { Append(XmlComment::Create(&m_document, std::move(text))); }
-
-void XmlTreeBuilder::AppendProcessingInstruction(wstring target, wstring data)
+void XmlTreeBuilder::AppendComment(XmlString text)
 {
-    Append(XmlProcessingInstruction::Create(&m_document, std::move(target), std::move(data)));
+    Append(XmlComment::Create(&m_document, std::move(text), &Arena()));
+}
+
+void XmlTreeBuilder::AppendProcessingInstruction(XmlString target, XmlString data)
+{
+    Append(XmlProcessingInstruction::Create(&m_document, std::move(target), std::move(data), &Arena()));
 }
 
 void XmlTreeBuilder::Commit() noexcept
 {
+    CountMade();
     m_document.RemoveAllChildren();
     for (XmlNodeCore* node : m_topLevel)
         m_document.InsertChild(node, nullptr);
     m_topLevel.clear();
     m_current = nullptr;
     m_depth = 0;
+    ReleaseArena();
 }
 
 void XmlTreeBuilder::Discard() noexcept
 {
+    CountMade();
     for (XmlNodeCore* node : m_topLevel)
         DestroySubtree(node);
     m_topLevel.clear();
     m_current = nullptr;
     m_depth = 0;
+    ReleaseArena();
 }
 } // namespace qm::xml

@@ -1,10 +1,15 @@
 // Assembles the nodes of a parse, whichever reader finds them: elements open and close,
 // text between markup is kept or dropped as layout, and the finished nodes become the
 // document's children only at Commit. Nodes of an abandoned parse are destroyed.
+//
+// The nodes, their texts and their names go into one arena per parse (see XmlArena).
+// The builder counts the nodes it makes and hands the count on before any of them can
+// be destroyed.
 #pragma once
 
 #include "Platform/Xml/XmlNodeCore.h"
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -23,20 +28,30 @@ public:
     XmlTreeBuilder(const XmlTreeBuilder&) = delete;
     XmlTreeBuilder& operator=(const XmlTreeBuilder&) = delete;
 
-    // The name for UTF-8 text; null when it is not a name that could be written back.
-    XmlName Name(std::string_view utf8);
+    // The bytes of the document, when known, to size the arena.
+    void ExpectBytes(std::size_t size) noexcept { m_expectedBytes = size; }
+
+    // The name for UTF-8 text; false when it is not a name that could be written back.
+    bool Name(std::string_view utf8, XmlString& name);
+    // A copy of text in the arena.
+    XmlString Store(wstring_view text);
+    // Room in the arena for text of up to `units`, then the part of it that was used
+    // (Keep must follow Room before anything else is stored).
+    char16_t* Room(std::size_t units) { return Arena().AllocateText(units); }
+    XmlString Keep(const char16_t* room, std::size_t used) noexcept;
+
     bool AtMaxDepth() const noexcept { return m_depth == kMaxDepth; }
     // Whether text of white space alone is kept where the builder stands: only inside
     // the root element, and only when the document preserves white space.
     bool KeepsBlankText() const noexcept { return m_preserveWhiteSpace && m_current != nullptr; }
 
-    XmlElement* OpenElement(XmlName name);
+    XmlElement* OpenElement(XmlString name);
     void CloseElement() noexcept;
     // blank: white space alone, none of it written as a reference.
-    void AppendText(wstring text, bool blank);
-    void AppendCData(wstring text);
-    void AppendComment(wstring text);
-    void AppendProcessingInstruction(wstring target, wstring data);
+    void AppendText(XmlString text, bool blank);
+    void AppendCData(XmlString text);
+    void AppendComment(XmlString text);
+    void AppendProcessingInstruction(XmlString target, XmlString data);
 
     // The document's children become the built nodes.
     void Commit() noexcept;
@@ -44,12 +59,21 @@ public:
     void Discard() noexcept;
 
 private:
+    XmlArena& Arena();
     void Append(XmlNodeCore* node);
+    // Hands the count of the nodes made so far to the arena and the census.
+    void CountMade() noexcept;
+    void ReleaseArena() noexcept;
 
     XmlDocument& m_document;
     // This thread's names, reached once per parse rather than once per name.
     XmlNameCache& m_names;
     bool m_preserveWhiteSpace;
+    std::size_t m_expectedBytes = 0;
+    XmlArena* m_arena = nullptr;
+    // Names copied into this arena are marked with it (see XmlNameCache).
+    std::uint64_t m_arenaStamp = 0;
+    long m_made = 0;
     XmlNodeCore* m_current = nullptr;
     std::vector<XmlNodeCore*> m_topLevel;
     int m_depth = 0;

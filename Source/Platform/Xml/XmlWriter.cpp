@@ -88,7 +88,7 @@ void XmlWriter::Open(const XmlNodeCore& node)
         for (const XmlElement::Attribute& attribute : element.Attributes())
         {
             m_out += ' ';
-            Raw(*attribute.name);
+            Raw(attribute.name);
             Literal("=\"");
             Escaped(attribute.Value(), true);
             m_out += '"';

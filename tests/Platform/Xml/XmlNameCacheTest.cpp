@@ -4,15 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
-using qm::xml::XmlName;
 using qm::xml::XmlNameCache;
 
 namespace
 {
-XmlName Named(const std::string& text) { return std::make_shared<const std::u16string>(text.begin(), text.end()); }
+std::u16string Named(const std::string& text) { return std::u16string(text.begin(), text.end()); }
 } // namespace
 
 TEST(XmlNameCache, FindsANameByItsTextAlone)
@@ -23,9 +21,9 @@ TEST(XmlNameCache, FindsANameByItsTextAlone)
         cache.Add(name, XmlNameCache::Hash(name), Named(name));
     for (const std::string& name : names)
     {
-        XmlName found = cache.Find(name, XmlNameCache::Hash(name));
+        XmlNameCache::Entry* found = cache.Find(name, XmlNameCache::Hash(name));
         ASSERT_TRUE(found) << name;
-        EXPECT_EQ(std::u16string(name.begin(), name.end()), *found);
+        EXPECT_EQ(Named(name), found->text);
     }
     EXPECT_FALSE(cache.Find("LIBRARY", XmlNameCache::Hash("LIBRARY")));
     // Equal hashes do not make equal names.
