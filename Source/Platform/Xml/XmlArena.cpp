@@ -49,18 +49,6 @@ void XmlArena::Release(long count) noexcept
     ::operator delete(memory);
 }
 
-void* XmlArena::Allocate(std::size_t size, std::size_t alignment)
-{
-    char* p = AlignUp(m_next, alignment);
-    if (p <= m_end && size <= static_cast<std::size_t>(m_end - p))
-    {
-        m_next = p + size;
-        m_latest = p;
-        return p;
-    }
-    return AllocateInNewBlock(size, alignment);
-}
-
 void* XmlArena::AllocateInNewBlock(std::size_t size, std::size_t alignment)
 {
     if (size > kMaxBlock * 1024 * 1024)

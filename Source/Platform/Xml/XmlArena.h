@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 namespace qm::xml
 {
@@ -22,7 +23,18 @@ public:
     XmlArena(const XmlArena&) = delete;
     XmlArena& operator=(const XmlArena&) = delete;
 
-    void* Allocate(std::size_t size, std::size_t alignment);
+    void* Allocate(std::size_t size, std::size_t alignment)
+    {
+        const auto address = reinterpret_cast<std::uintptr_t>(m_next);
+        char* p = m_next + (((address + alignment - 1) & ~(alignment - 1)) - address);
+        if (p <= m_end && size <= static_cast<std::size_t>(m_end - p))
+        {
+            m_next = p + size;
+            m_latest = p;
+            return p;
+        }
+        return AllocateInNewBlock(size, alignment);
+    }
     char16_t* AllocateText(std::size_t units)
     {
         return static_cast<char16_t*>(Allocate(units * sizeof(char16_t), alignof(char16_t)));

@@ -1,5 +1,6 @@
 #include "Platform/Xml/XmlScanner.h"
 
+#include "Platform/Xml/XmlBytes.h"
 #include "Platform/Xml/XmlChars.h"
 #include "Platform/Xml/XmlElement.h"
 
@@ -8,14 +9,14 @@
 #include <cstring>
 #include <utility>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace qm::xml
 {
 namespace
 {
-// Attributes beyond this many on one element go to expat, whose duplicate check is
-// hashed; ours compares each name with those before it.
-constexpr std::size_t kMaxAttributes = 32;
-
 enum ByteClass : std::uint8_t
 {
     kPlain,   // printable ASCII that stands for itself
@@ -60,6 +61,62 @@ constexpr std::array<std::uint8_t, 256> MakeNameBytes()
     return bytes;
 }
 constexpr std::array<std::uint8_t, 256> kNameByte = MakeNameBytes();
+
+// Units a decoded run may take beyond its own, for stores of sixteen at a time.
+constexpr std::size_t kWideStore = 16;
+
+// Where an ASCII name that goes on at p ends.
+const char* NameEnd(const char* p, const char* end) noexcept
+{
+#if defined(__SSE2__)
+    while (end - p >= 16)
+    {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i lower = _mm_or_si128(v, _mm_set1_epi8(0x20));
+        const __m128i letter =
+            _mm_and_si128(_mm_cmpgt_epi8(lower, _mm_set1_epi8('a' - 1)), _mm_cmplt_epi8(lower, _mm_set1_epi8('z' + 1)));
+        // '-', '.', the digits and ':' lie together, with '/' among them. Bytes from 0x80
+        // compare as negative and are in none of the ranges.
+        const __m128i punctuation =
+            _mm_andnot_si128(_mm_cmpeq_epi8(v, _mm_set1_epi8('/')),
+                             _mm_and_si128(_mm_cmpgt_epi8(v, _mm_set1_epi8('-' - 1)),
+                                           _mm_cmplt_epi8(v, _mm_set1_epi8(':' + 1))));
+        const __m128i underscore = _mm_cmpeq_epi8(v, _mm_set1_epi8('_'));
+        const __m128i inName = _mm_or_si128(letter, _mm_or_si128(punctuation, underscore));
+        const unsigned stop = ~static_cast<unsigned>(_mm_movemask_epi8(inName)) & 0xFFFFu;
+        if (stop != 0)
+            return p + __builtin_ctz(stop);
+        p += 16;
+    }
+#endif
+    while (p < end && kNameByte[static_cast<unsigned char>(*p)] != 0)
+        ++p;
+    return p;
+}
+
+#if defined(__SSE2__)
+// Bit i set where byte i of the sixteen at p does not stand for itself in every run of
+// text: C0 controls, bytes from 0x80, '&', '<' and ']'.
+unsigned SpecialBytes(const char* p) noexcept
+{
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i control = _mm_cmplt_epi8(v, _mm_set1_epi8(0x20));
+    const __m128i amp = _mm_cmpeq_epi8(v, _mm_set1_epi8('&'));
+    const __m128i less = _mm_cmpeq_epi8(v, _mm_set1_epi8('<'));
+    const __m128i bracket = _mm_cmpeq_epi8(v, _mm_set1_epi8(']'));
+    return static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(control, amp), _mm_or_si128(less, bracket))));
+}
+
+// The sixteen bytes at p as sixteen UTF-16 units at o.
+void Widen(const char* p, char16_t* o) noexcept
+{
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i zero = _mm_setzero_si128();
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_unpacklo_epi8(v, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 8), _mm_unpackhi_epi8(v, zero));
+}
+#endif
 
 bool IsXmlChar(std::uint32_t c) noexcept
 {
@@ -221,7 +278,7 @@ bool XmlScanner::Scan(std::string_view input)
 {
     m_p = input.data();
     m_end = m_p + input.size();
-    m_open.clear();
+    m_openCount = 0;
     Skip("\xEF\xBB\xBF");
     if (!Declaration() || !Misc() || m_p == m_end)
         return false;
@@ -241,7 +298,7 @@ bool XmlScanner::Declaration()
         if (!Skip(name))
             return false;
         SkipSpace();
-        if (!Skip("="))
+        if (!Skip('='))
             return false;
         SkipSpace();
         return Quoted(value);
@@ -295,7 +352,7 @@ bool XmlScanner::Misc()
 
 bool XmlScanner::Content()
 {
-    while (!m_open.empty())
+    while (m_openCount > 0)
     {
         if (m_p == m_end)
             return false;
@@ -339,16 +396,16 @@ bool XmlScanner::StartTag()
         m_builder.CloseElement();
         return true;
     }
-    if (!Skip(">"))
+    if (!Skip('>'))
         return false;
-    m_open.push_back(name);
+    m_open[m_openCount++] = {name.data(), name.size()};
     return true;
 }
 
 bool XmlScanner::Attributes(XmlElement& element)
 {
     // Names and raw values first, so that the element's list is sized once.
-    m_attributes.clear();
+    std::size_t count = 0;
     for (;;)
     {
         const bool space = SkipSpace();
@@ -356,28 +413,30 @@ bool XmlScanner::Attributes(XmlElement& element)
             return false;
         if (*m_p == '>' || *m_p == '/')
             break;
-        Attribute attribute;
-        if (!space || !Name(attribute.name))
+        std::string_view name;
+        std::string_view value;
+        if (!space || !Name(name))
             return false;
         SkipSpace();
-        if (!Skip("="))
+        if (!Skip('='))
             return false;
         SkipSpace();
-        if (!Quoted(attribute.value) || m_attributes.size() == kMaxAttributes)
+        if (!Quoted(value) || count == kMaxAttributes)
             return false;
-        for (const Attribute& seen : m_attributes)
-            if (seen.name == attribute.name)
+        for (std::size_t i = 0; i < count; ++i)
+            if (m_attributes[i].name.View() == name)
                 return false;
-        m_attributes.push_back(attribute);
+        m_attributes[count++] = {{name.data(), name.size()}, {value.data(), value.size()}};
     }
-    element.ReserveAttributes(m_attributes.size());
-    for (const Attribute& attribute : m_attributes)
+    element.ReserveAttributes(count);
+    for (std::size_t i = 0; i < count; ++i)
     {
+        const Attribute& attribute = m_attributes[i];
         XmlString attributeName;
         XmlString value;
-        const char* raw = attribute.value.data();
-        if (!m_builder.Name(attribute.name, attributeName) ||
-            !Decode(raw, raw + attribute.value.size(), Run::Attribute, value))
+        const char* raw = attribute.value.data;
+        if (!m_builder.Name(attribute.name.View(), attributeName) ||
+            !Decode(raw, raw + attribute.value.size, Run::Attribute, value))
             return false;
         element.AppendAttribute(std::move(attributeName), std::move(value));
     }
@@ -388,14 +447,14 @@ bool XmlScanner::EndTag()
 {
     m_p += 2;
     // The open element's name, and no longer one.
-    const std::string_view name = m_open.back();
+    const std::string_view name = m_open[m_openCount - 1].View();
     if (!Skip(name) || (m_p < m_end && kNameByte[static_cast<unsigned char>(*m_p)] != 0) ||
         (m_p < m_end && static_cast<unsigned char>(*m_p) >= 0x80))
         return false;
     SkipSpace();
-    if (!Skip(">"))
+    if (!Skip('>'))
         return false;
-    m_open.pop_back();
+    --m_openCount;
     m_builder.CloseElement();
     return true;
 }
@@ -478,12 +537,9 @@ bool XmlScanner::Text(const char* end)
 
 bool XmlScanner::Name(std::string_view& name) noexcept
 {
-    const char* p = m_p;
-    if (p == m_end || kNameByte[static_cast<unsigned char>(*p)] != 2)
+    if (m_p == m_end || kNameByte[static_cast<unsigned char>(*m_p)] != 2)
         return false;
-    while (++p < m_end && kNameByte[static_cast<unsigned char>(*p)] != 0)
-    {
-    }
+    const char* p = NameEnd(m_p + 1, m_end);
     // A name that goes on beyond ASCII is expat's to judge.
     if (p < m_end && static_cast<unsigned char>(*p) >= 0x80)
         return false;
@@ -498,20 +554,6 @@ bool XmlScanner::SkipSpace() noexcept
     while (m_p < m_end && IsXmlSpace(*m_p))
         ++m_p;
     return m_p != start;
-}
-
-bool XmlScanner::At(std::string_view literal) const noexcept
-{
-    return static_cast<std::size_t>(m_end - m_p) >= literal.size() &&
-           std::memcmp(m_p, literal.data(), literal.size()) == 0;
-}
-
-bool XmlScanner::Skip(std::string_view literal) noexcept
-{
-    if (!At(literal))
-        return false;
-    m_p += literal.size();
-    return true;
 }
 
 bool XmlScanner::Quoted(std::string_view& value) noexcept
@@ -529,13 +571,37 @@ bool XmlScanner::Quoted(std::string_view& value) noexcept
 
 bool XmlScanner::Decode(const char* begin, const char* end, Run run, XmlString& out) const
 {
-    // No character takes more UTF-16 units than it took bytes.
-    char16_t* const room = m_builder.Room(static_cast<std::size_t>(end - begin));
+    // No character takes more UTF-16 units than it took bytes; sixteen more give room
+    // for the last wide store.
+    char16_t* const room = m_builder.Room(static_cast<std::size_t>(end - begin) + kWideStore);
     char16_t* o = room;
     const char* p = begin;
     while (p < end)
     {
         // Most of any text stands for itself.
+#if defined(__SSE2__)
+        // Sixteen bytes at a time: the loads may reach past the run but not past the input.
+        while (m_end - p >= 16)
+        {
+            unsigned stop = SpecialBytes(p);
+            const std::ptrdiff_t left = end - p;
+            if (left < 16)
+                stop |= ~0u << left;
+            Widen(p, o);
+            if (stop == 0)
+            {
+                p += 16;
+                o += 16;
+                continue;
+            }
+            const int plain = __builtin_ctz(stop);
+            p += plain;
+            o += plain;
+            break;
+        }
+        if (p == end)
+            break;
+#endif
         while (kByteClass[static_cast<unsigned char>(*p)] == kPlain)
         {
             *o++ = static_cast<unsigned char>(*p);

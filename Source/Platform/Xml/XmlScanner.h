@@ -5,16 +5,21 @@
 // from the start; so expat alone decides what is malformed and how that is reported.
 #pragma once
 
+#include "Platform/Xml/XmlBytes.h"
 #include "Platform/Xml/XmlTreeBuilder.h"
 
+#include <array>
 #include <string_view>
-#include <vector>
 
 namespace qm::xml
 {
 class XmlScanner
 {
 public:
+    // Attributes beyond this many on one element go to expat, whose duplicate check is
+    // hashed; ours compares each name with those before it.
+    static constexpr std::size_t kMaxAttributes = 32;
+
     // encodingFixed: the caller has made the text UTF-8, whatever its declaration says.
     XmlScanner(XmlTreeBuilder& builder, bool encodingFixed) noexcept;
 
@@ -47,8 +52,25 @@ private:
 
     bool Name(std::string_view& name) noexcept;
     bool SkipSpace() noexcept;
-    bool At(std::string_view literal) const noexcept;
-    bool Skip(std::string_view literal) noexcept;
+    bool At(std::string_view literal) const noexcept
+    {
+        return static_cast<std::size_t>(m_end - m_p) >= literal.size() &&
+               SameBytes(m_p, literal.data(), literal.size());
+    }
+    bool Skip(std::string_view literal) noexcept
+    {
+        if (!At(literal))
+            return false;
+        m_p += literal.size();
+        return true;
+    }
+    bool Skip(char c) noexcept
+    {
+        if (m_p == m_end || *m_p != c)
+            return false;
+        ++m_p;
+        return true;
+    }
     bool Quoted(std::string_view& value) noexcept;
     bool Decode(const char* begin, const char* end, Run run, XmlString& out) const;
 
@@ -56,14 +78,23 @@ private:
     bool m_encodingFixed;
     const char* m_p = nullptr;
     const char* m_end = nullptr;
+    // A run of the input. The tables below are filled as the scan goes, not beforehand.
+    struct Span
+    {
+        const char* data;
+        std::size_t size;
+
+        std::string_view View() const noexcept { return {data, size}; }
+    };
     // The names of the open elements, as written, to match their end tags.
-    std::vector<std::string_view> m_open;
+    std::array<Span, XmlTreeBuilder::kMaxDepth> m_open;
+    std::size_t m_openCount = 0;
     // The attributes of the start tag being read, as written.
     struct Attribute
     {
-        std::string_view name;
-        std::string_view value;
+        Span name;
+        Span value;
     };
-    std::vector<Attribute> m_attributes;
+    std::array<Attribute, kMaxAttributes> m_attributes;
 };
 } // namespace qm::xml
