@@ -9,8 +9,6 @@
 
 namespace qm::xml
 {
-const XmlString& XmlElement::Attribute::Value() const noexcept { return node ? node->Value() : value; }
-
 XmlElement::XmlElement(XmlDocument* owner, XmlString name) noexcept
     : XmlNode(NODE_ELEMENT, owner), m_name(std::move(name))
 {
@@ -29,7 +27,7 @@ const XmlString* XmlElement::FindAttribute(wstring_view name) const noexcept
     return nullptr;
 }
 
-std::vector<XmlElement::Attribute>::iterator XmlElement::Find(wstring_view name) noexcept
+XmlElement::Attribute* XmlElement::Find(wstring_view name) noexcept
 {
     return std::find_if(m_attributes.begin(), m_attributes.end(),
                         [name](const Attribute& attribute) { return attribute.name.View() == name; });
@@ -41,7 +39,7 @@ HRESULT XmlElement::SetAttributeText(wstring_view name, wstring_view value)
         return E_INVALIDARG;
     auto found = Find(name);
     if (found == m_attributes.end())
-        m_attributes.push_back({XmlString(name), XmlString(value)});
+        m_attributes.Append({XmlString(name), XmlString(value)});
     else if (found->node)
         found->node->SetValue(XmlString(value));
     else
@@ -110,7 +108,7 @@ HRESULT XmlElement::removeAttribute(BSTR name)
     }
     else
     {
-        m_attributes.erase(found);
+        m_attributes.Erase(found);
     }
     return S_OK;
 }
@@ -146,9 +144,9 @@ XmlNodeCore* XmlElement::CloneSelf(XmlDocument* owner) const
     XmlElement* copy = Create(owner, XmlString(m_name.View()));
     try
     {
-        copy->m_attributes.reserve(m_attributes.size());
+        copy->m_attributes.Reserve(m_attributes.size());
         for (const Attribute& attribute : m_attributes)
-            copy->m_attributes.push_back({XmlString(attribute.name.View()), XmlString(attribute.Value().View())});
+            copy->m_attributes.Append({XmlString(attribute.name.View()), XmlString(attribute.Value().View())});
     }
     catch (...)
     {
@@ -164,7 +162,7 @@ void XmlElement::DestroyAttached() noexcept
     for (Attribute& attribute : m_attributes)
         if (attribute.node)
             DestroySubtree(attribute.node);
-    m_attributes.clear();
+    m_attributes.Clear();
 }
 
 void XmlElement::DetachAttribute(XmlNodeCore* node) noexcept
@@ -172,7 +170,7 @@ void XmlElement::DetachAttribute(XmlNodeCore* node) noexcept
     auto found = std::find_if(m_attributes.begin(), m_attributes.end(),
                               [node](const Attribute& attribute) { return attribute.node == node; });
     if (found != m_attributes.end())
-        m_attributes.erase(found);
+        m_attributes.Erase(found);
 }
 
 void XmlElement::OnOwnerChanged(XmlDocument* owner) noexcept

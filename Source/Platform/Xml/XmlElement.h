@@ -3,39 +3,28 @@
 // value, so that the node and the element always agree.
 #pragma once
 
+#include "Platform/Xml/XmlAttributeList.h"
 #include "Platform/Xml/XmlNode.h"
-
-#include <vector>
 
 namespace qm::xml
 {
-class XmlAttribute;
-
 class XmlElement final : public XmlNode<IXMLDOMElement>
 {
 public:
-    struct Attribute
-    {
-        XmlString name;
-        XmlString value;
-        XmlAttribute* node = nullptr;
-
-        const XmlString& Value() const noexcept;
-    };
+    using Attribute = XmlAttributeEntry;
 
     // A new parentless element with a count of zero, in a parse's arena or on the heap;
     // the name is not checked.
     static XmlElement* Create(XmlDocument* owner, XmlString name, XmlArena* arena = nullptr);
 
     wstring_view Name() const noexcept { return m_name; }
-    const std::vector<Attribute>& Attributes() const noexcept { return m_attributes; }
+    const XmlAttributeList& Attributes() const noexcept { return m_attributes; }
     // The value of an attribute, or null when it is missing.
     const XmlString* FindAttribute(wstring_view name) const noexcept;
-    void ReserveAttributes(std::size_t count) { m_attributes.reserve(count); }
-    // For the parser: appends an attribute without checks.
-    void AppendAttribute(XmlString name, XmlString value)
+    // For the parser: the attributes it read, in its arena, unchecked.
+    void BorrowAttributes(Attribute* attributes, std::size_t count) noexcept
     {
-        m_attributes.push_back({std::move(name), std::move(value)});
+        m_attributes.Borrow(attributes, count);
     }
     // Sets or adds an attribute; E_INVALIDARG for a bad name or a value XML cannot carry.
     HRESULT SetAttributeText(wstring_view name, wstring_view value);
@@ -56,13 +45,13 @@ private:
     friend class XmlNodeCore;
     XmlElement(XmlDocument* owner, XmlString name) noexcept;
 
-    std::vector<Attribute>::iterator Find(wstring_view name) noexcept;
+    Attribute* Find(wstring_view name) noexcept;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
     void DestroyAttached() noexcept override;
     void DetachAttribute(XmlNodeCore* attribute) noexcept override;
     void OnOwnerChanged(XmlDocument* owner) noexcept override;
 
     XmlString m_name;
-    std::vector<Attribute> m_attributes;
+    XmlAttributeList m_attributes;
 };
 } // namespace qm::xml

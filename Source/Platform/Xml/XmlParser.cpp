@@ -238,13 +238,12 @@ void XmlParser::StartElement(const char* name, const char** attributes)
     std::size_t count = 0;
     while (attributes[2 * count])
         ++count;
-    element->ReserveAttributes(count);
-    for (const char** attribute = attributes; *attribute; attribute += 2)
+    XmlAttributeEntry* entries = m_builder.Attributes(*element, count);
+    for (std::size_t i = 0; i < count; ++i)
     {
-        XmlString attributeName;
-        if (!Name(attribute[0], attributeName))
+        if (!Name(attributes[2 * i], entries[i].name))
             return;
-        element->AppendAttribute(std::move(attributeName), Text(attribute[1]));
+        entries[i].value = Text(attributes[2 * i + 1]);
     }
 }
 

@@ -404,7 +404,7 @@ bool XmlScanner::StartTag()
 
 bool XmlScanner::Attributes(XmlElement& element)
 {
-    // Names and raw values first, so that the element's list is sized once.
+    // Names and raw values first, so that the element's list is made at its size.
     std::size_t count = 0;
     for (;;)
     {
@@ -428,17 +428,14 @@ bool XmlScanner::Attributes(XmlElement& element)
                 return false;
         m_attributes[count++] = {{name.data(), name.size()}, {value.data(), value.size()}};
     }
-    element.ReserveAttributes(count);
+    XmlAttributeEntry* entries = m_builder.Attributes(element, count);
     for (std::size_t i = 0; i < count; ++i)
     {
         const Attribute& attribute = m_attributes[i];
-        XmlString attributeName;
-        XmlString value;
         const char* raw = attribute.value.data;
-        if (!m_builder.Name(attribute.name.View(), attributeName) ||
-            !Decode(raw, raw + attribute.value.size, Run::Attribute, value))
+        if (!m_builder.Name(attribute.name.View(), entries[i].name) ||
+            !Decode(raw, raw + attribute.value.size, Run::Attribute, entries[i].value))
             return false;
-        element.AppendAttribute(std::move(attributeName), std::move(value));
     }
     return true;
 }

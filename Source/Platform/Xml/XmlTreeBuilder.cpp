@@ -9,6 +9,7 @@
 #include "qm/Platform/Text/Utf8Conversion.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace qm::xml
@@ -122,6 +123,17 @@ XmlElement* XmlTreeBuilder::OpenElement(XmlString name)
     m_current = element;
     ++m_depth;
     return element;
+}
+
+XmlAttributeEntry* XmlTreeBuilder::Attributes(XmlElement& element, std::size_t count)
+{
+    if (count == 0)
+        return nullptr;
+    auto* entries = static_cast<XmlAttributeEntry*>(
+        Arena().Allocate(count * sizeof(XmlAttributeEntry), alignof(XmlAttributeEntry)));
+    std::uninitialized_default_construct_n(entries, count);
+    element.BorrowAttributes(entries, count);
+    return entries;
 }
 
 void XmlTreeBuilder::CloseElement() noexcept

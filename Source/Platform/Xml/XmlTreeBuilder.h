@@ -7,6 +7,7 @@
 // be destroyed.
 #pragma once
 
+#include "Platform/Xml/XmlAttributeList.h"
 #include "Platform/Xml/XmlNodeCore.h"
 
 #include <cstdint>
@@ -46,6 +47,8 @@ public:
     bool KeepsBlankText() const noexcept { return m_preserveWhiteSpace && m_current != nullptr; }
 
     XmlElement* OpenElement(XmlString name);
+    // Empty attributes for the element just opened, to be filled in place.
+    XmlAttributeEntry* Attributes(XmlElement& element, std::size_t count);
     void CloseElement() noexcept;
     // blank: white space alone, none of it written as a reference.
     void AppendText(XmlString text, bool blank);
