@@ -73,10 +73,4 @@ void* XmlArena::AllocateInNewBlock(std::size_t size, std::size_t alignment)
     m_nextBlockSize = std::min(2 * m_nextBlockSize, kMaxBlock);
     return p;
 }
-
-void XmlArena::Shrink(const void* latest, std::size_t used) noexcept
-{
-    if (latest == m_latest)
-        m_next = m_latest + used;
-}
 } // namespace qm::xml

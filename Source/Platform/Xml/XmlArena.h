@@ -40,7 +40,11 @@ public:
         return static_cast<char16_t*>(Allocate(units * sizeof(char16_t), alignof(char16_t)));
     }
     // Gives back the end of the latest allocation, which turned out longer than needed.
-    void Shrink(const void* latest, std::size_t used) noexcept;
+    void Shrink(const void* latest, std::size_t used) noexcept
+    {
+        if (latest == m_latest)
+            m_next = m_latest + used;
+    }
 
     void Hold(long count) noexcept { m_count.fetch_add(count, std::memory_order_relaxed); }
     void Release(long count) noexcept;

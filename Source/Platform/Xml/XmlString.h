@@ -1,7 +1,8 @@
 // The text of a node: a name or a value. Text read by a parse stays in the parse's
 // arena and is only pointed at; text set later, or copied, is owned and freed with the
 // node. A node of an arena keeps that arena alive, so its borrowed texts stay valid for
-// as long as the node; that is why only the parse borrows, and every copy owns.
+// as long as the node; that is why only the parse borrows, and every copy owns. A text
+// holds fewer than 2^32 units: a longer one cannot be made (std::bad_alloc).
 #pragma once
 
 #include "qm/Platform/Types.h"
@@ -22,7 +23,7 @@ public:
     {
         XmlString borrowed;
         borrowed.m_data = text.data();
-        borrowed.m_size = text.size();
+        borrowed.m_size = static_cast<std::uint32_t>(text.size());
         return borrowed;
     }
 
@@ -58,8 +59,9 @@ private:
         std::swap(m_owned, other.m_owned);
     }
 
+    // Sixteen bytes in all: nodes and attribute lists hold many of these.
     const char16_t* m_data = u"";
-    std::size_t m_size = 0;
+    std::uint32_t m_size = 0;
     bool m_owned = false;
 };
 } // namespace qm::xml

@@ -4,7 +4,6 @@
 #include "Platform/Xml/XmlChars.h"
 #include "Platform/Xml/XmlDocument.h"
 #include "Platform/Xml/XmlElement.h"
-#include "Platform/Xml/XmlNameCache.h"
 
 #include "qm/Platform/Text/Utf8Conversion.h"
 
@@ -42,11 +41,11 @@ void XmlTreeBuilder::ReleaseArena() noexcept
     if (m_arena)
         m_arena->Release(1);
     m_arena = nullptr;
+    m_arenaStamp = kNoArena;
 }
 
-bool XmlTreeBuilder::Name(std::string_view utf8, XmlString& name)
+bool XmlTreeBuilder::NewName(std::string_view utf8, std::uint32_t hash, XmlString& name)
 {
-    const std::uint32_t hash = XmlNameCache::Hash(utf8);
     XmlNameCache::Entry* entry = m_names.Find(utf8, hash);
     if (entry == nullptr)
     {
@@ -81,12 +80,6 @@ XmlString XmlTreeBuilder::Store(wstring_view text)
     return XmlString::Borrow(wstring_view(copy, text.size()));
 }
 
-XmlString XmlTreeBuilder::Keep(const char16_t* room, std::size_t used) noexcept
-{
-    m_arena->Shrink(room, used * sizeof(char16_t));
-    return XmlString::Borrow(wstring_view(room, used));
-}
-
 void XmlTreeBuilder::CountMade() noexcept
 {
     if (m_made == 0)
@@ -101,7 +94,7 @@ void XmlTreeBuilder::Append(XmlNodeCore* node)
     ++m_made;
     if (m_current)
     {
-        m_current->InsertChild(node, nullptr);
+        m_current->AppendNew(node);
         return;
     }
     try

@@ -8,16 +8,18 @@
 #pragma once
 
 #include "Platform/Xml/XmlAttributeList.h"
+#include "Platform/Xml/XmlNameCache.h"
 #include "Platform/Xml/XmlNodeCore.h"
 
 #include <cstdint>
+#include <limits>
+#include <new>
 #include <string_view>
 #include <vector>
 
 namespace qm::xml
 {
 class XmlElement;
-class XmlNameCache;
 
 class XmlTreeBuilder
 {
@@ -33,13 +35,31 @@ public:
     void ExpectBytes(std::size_t size) noexcept { m_expectedBytes = size; }
 
     // The name for UTF-8 text; false when it is not a name that could be written back.
-    bool Name(std::string_view utf8, XmlString& name);
+    bool Name(std::string_view utf8, XmlString& name)
+    {
+        const std::uint32_t hash = XmlNameCache::Hash(utf8);
+        const XmlNameCache::Entry* entry = m_names.Find(utf8, hash);
+        if (entry == nullptr || entry->stamp != m_arenaStamp)
+            return NewName(utf8, hash, name);
+        name = XmlString::Borrow(wstring_view(entry->copy, entry->text.size()));
+        return true;
+    }
     // A copy of text in the arena.
     XmlString Store(wstring_view text);
     // Room in the arena for text of up to `units`, then the part of it that was used
     // (Keep must follow Room before anything else is stored).
-    char16_t* Room(std::size_t units) { return Arena().AllocateText(units); }
-    XmlString Keep(const char16_t* room, std::size_t used) noexcept;
+    char16_t* Room(std::size_t units)
+    {
+        // No text of a node reaches 2^32 units.
+        if (units > std::numeric_limits<std::uint32_t>::max())
+            throw std::bad_alloc();
+        return Arena().AllocateText(units);
+    }
+    XmlString Keep(const char16_t* room, std::size_t used) noexcept
+    {
+        m_arena->Shrink(room, used * sizeof(char16_t));
+        return XmlString::Borrow(wstring_view(room, used));
+    }
 
     bool AtMaxDepth() const noexcept { return m_depth == kMaxDepth; }
     // Whether text of white space alone is kept where the builder stands: only inside
@@ -62,6 +82,10 @@ public:
     void Discard() noexcept;
 
 private:
+    static constexpr std::uint64_t kNoArena = ~std::uint64_t{0};
+
+    // A name not yet in this thread's cache, or not yet copied into this arena.
+    bool NewName(std::string_view utf8, std::uint32_t hash, XmlString& name);
     XmlArena& Arena();
     void Append(XmlNodeCore* node);
     // Hands the count of the nodes made so far to the arena and the census.
@@ -75,7 +99,7 @@ private:
     std::size_t m_expectedBytes = 0;
     XmlArena* m_arena = nullptr;
     // Names copied into this arena are marked with it (see XmlNameCache).
-    std::uint64_t m_arenaStamp = 0;
+    std::uint64_t m_arenaStamp = kNoArena;
     long m_made = 0;
     XmlNodeCore* m_current = nullptr;
     std::vector<XmlNodeCore*> m_topLevel;
