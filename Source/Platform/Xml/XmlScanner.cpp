@@ -389,15 +389,19 @@ bool XmlScanner::StartTag()
     if (!m_builder.Name(name, elementName))
         return false;
     XmlElement* element = m_builder.OpenElement(std::move(elementName));
-    if (!Attributes(*element))
-        return false;
-    if (Skip("/>"))
-    {
-        m_builder.CloseElement();
-        return true;
-    }
+    // Most elements have no attributes and some content.
     if (!Skip('>'))
-        return false;
+    {
+        if (!Attributes(*element))
+            return false;
+        if (Skip("/>"))
+        {
+            m_builder.CloseElement();
+            return true;
+        }
+        if (!Skip('>'))
+            return false;
+    }
     m_open[m_openCount++] = {name.data(), name.size()};
     return true;
 }
@@ -532,7 +536,7 @@ bool XmlScanner::Text(const char* end)
     return true;
 }
 
-bool XmlScanner::Name(std::string_view& name) noexcept
+inline bool XmlScanner::Name(std::string_view& name) noexcept
 {
     if (m_p == m_end || kNameByte[static_cast<unsigned char>(*m_p)] != 2)
         return false;
@@ -545,7 +549,7 @@ bool XmlScanner::Name(std::string_view& name) noexcept
     return true;
 }
 
-bool XmlScanner::SkipSpace() noexcept
+inline bool XmlScanner::SkipSpace() noexcept
 {
     const char* start = m_p;
     while (m_p < m_end && IsXmlSpace(*m_p))
@@ -553,7 +557,7 @@ bool XmlScanner::SkipSpace() noexcept
     return m_p != start;
 }
 
-bool XmlScanner::Quoted(std::string_view& value) noexcept
+inline bool XmlScanner::Quoted(std::string_view& value) noexcept
 {
     if (m_p == m_end || (*m_p != '"' && *m_p != '\''))
         return false;
