@@ -156,13 +156,12 @@ XmlNodeCore* XmlElement::CloneSelf(XmlDocument* owner) const
     return copy;
 }
 
-void XmlElement::DestroyAttached() noexcept
+XmlElement::~XmlElement()
 {
     // Attribute nodes of an element that dies are held by nobody.
     for (Attribute& attribute : m_attributes)
         if (attribute.node)
             DestroySubtree(attribute.node);
-    m_attributes.Clear();
 }
 
 void XmlElement::DetachAttribute(XmlNodeCore* node) noexcept

@@ -44,10 +44,10 @@ public:
 private:
     friend class XmlNodeCore;
     XmlElement(XmlDocument* owner, XmlString name) noexcept;
+    ~XmlElement() override;
 
     Attribute* Find(wstring_view name) noexcept;
     XmlNodeCore* CloneSelf(XmlDocument* owner) const override;
-    void DestroyAttached() noexcept override;
     void DetachAttribute(XmlNodeCore* attribute) noexcept override;
     void OnOwnerChanged(XmlDocument* owner) noexcept override;
 

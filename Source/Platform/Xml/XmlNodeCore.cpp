@@ -297,7 +297,6 @@ void DestroySubtree(XmlNodeCore* root) noexcept
             else
                 parent->m_lastChild = nullptr;
         }
-        node->DestroyAttached();
         XmlArena* arena = node->m_arena;
         // An arena's memory goes back with its last node; the node's own parts go now.
         if (arena)

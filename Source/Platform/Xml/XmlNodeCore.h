@@ -111,8 +111,6 @@ protected:
 
     // A copy of this node alone, for Clone.
     virtual XmlNodeCore* CloneSelf(XmlDocument* owner) const = 0;
-    // Gives up the attribute nodes of an element before the node is destroyed.
-    virtual void DestroyAttached() noexcept {}
     // Unlinks an attribute node (elements only).
     virtual void DetachAttribute(XmlNodeCore*) noexcept {}
     // Lets an element move its attribute nodes along with it.
