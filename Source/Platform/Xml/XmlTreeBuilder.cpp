@@ -44,9 +44,9 @@ void XmlTreeBuilder::ReleaseArena() noexcept
     m_arenaStamp = kNoArena;
 }
 
-bool XmlTreeBuilder::NewName(std::string_view utf8, std::uint32_t hash, XmlString& name)
+bool XmlTreeBuilder::NewName(std::string_view utf8, std::uint32_t hash, XmlNameCache::Entry* entry,
+                             XmlString& name)
 {
-    XmlNameCache::Entry* entry = m_names.Find(utf8, hash);
     if (entry == nullptr)
     {
         wstring text;

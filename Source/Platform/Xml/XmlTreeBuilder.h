@@ -38,9 +38,9 @@ public:
     bool Name(std::string_view utf8, XmlString& name)
     {
         const std::uint32_t hash = XmlNameCache::Hash(utf8);
-        const XmlNameCache::Entry* entry = m_names.Find(utf8, hash);
+        XmlNameCache::Entry* entry = m_names.Find(utf8, hash);
         if (entry == nullptr || entry->stamp != m_arenaStamp)
-            return NewName(utf8, hash, name);
+            return NewName(utf8, hash, entry, name);
         name = XmlString::Borrow(wstring_view(entry->copy, entry->text.size()));
         return true;
     }
@@ -84,8 +84,8 @@ public:
 private:
     static constexpr std::uint64_t kNoArena = ~std::uint64_t{0};
 
-    // A name not yet in this thread's cache, or not yet copied into this arena.
-    bool NewName(std::string_view utf8, std::uint32_t hash, XmlString& name);
+    // A name not yet in this thread's cache (entry null), or not yet copied into this arena.
+    bool NewName(std::string_view utf8, std::uint32_t hash, XmlNameCache::Entry* entry, XmlString& name);
     XmlArena& Arena();
     void Append(XmlNodeCore* node);
     // Hands the count of the nodes made so far to the arena and the census.
