@@ -4,6 +4,8 @@
 
 #include "Platform/Xml/XmlTestSupport.h"
 
+#include <thread>
+
 using namespace qmtest;
 using qm::xml::XmlNodeCore;
 
@@ -186,6 +188,57 @@ TEST_F(NodeLifetime, AttributeNodesLiveWithTheirElement)
     ASSERT_EQ(S_OK, a->get_value(&kept));
     EXPECT_EQ(u"again", qm::BstrView(kept.bstrVal));
     a.Reset();
+    EXPECT_EQ(0, Alive());
+}
+
+TEST_F(NodeLifetime, ParsedNodesKeepWhatTheirParseReadAfterItIsGone)
+{
+    ComPtr<IXMLDOMNode> item;
+    ComPtr<IXMLDOMAttribute> kind;
+    auto target = LoadXml(u"<target/>");
+    {
+        auto document = LoadXml(u"<r><item kind='marker' at='12'>Attack &amp; defence</item><other>x</other></r>");
+        item = Select(document.Get(), u"//item");
+        ASSERT_EQ(S_OK, Element(item.Get())->getAttributeNode(CComBSTR(u"kind"), kind.GetAddressOf()));
+        ASSERT_EQ(S_OK, Select(target.Get(), u"target")->appendChild(Select(document.Get(), u"//other").Get(), nullptr));
+        // A reload replaces the tree the held nodes came from.
+        VARIANT_BOOL ok = VARIANT_FALSE;
+        ASSERT_EQ(S_OK, document->loadXML(CComBSTR(u"<fresh/>"), &ok));
+    }
+    EXPECT_EQ(u"<item kind=\"marker\" at=\"12\">Attack &amp; defence</item>", XmlOf(item.Get()));
+    EXPECT_EQ(u"<target><other>x</other></target>", XmlOf(target.Get()));
+
+    // The attributes the parse read are edited in place, and grow beyond what it read.
+    auto element = Element(item.Get());
+    ASSERT_EQ(S_OK, element->removeAttribute(CComBSTR(u"at")));
+    for (const char16_t* name : {u"a1", u"a2", u"a3", u"a4", u"a5"})
+        ASSERT_EQ(S_OK, element->setAttribute(CComBSTR(name), CComVariant(name)));
+    ASSERT_EQ(S_OK, element->setAttribute(CComBSTR(u"kind"), CComVariant(u"event")));
+    EXPECT_EQ(u"<item kind=\"event\" a1=\"a1\" a2=\"a2\" a3=\"a3\" a4=\"a4\" a5=\"a5\">Attack &amp; defence</item>",
+              XmlOf(item.Get()));
+    CComVariant value;
+    ASSERT_EQ(S_OK, kind->get_value(&value));
+    EXPECT_EQ(u"event", qm::BstrView(value.bstrVal));
+
+    item.Reset();
+    element.Reset();
+    kind.Reset();
+    target.Reset();
+    EXPECT_EQ(0, Alive());
+}
+
+TEST_F(NodeLifetime, NodesOfOneParseMayDieOnDifferentThreads)
+{
+    for (int round = 0; round < 50; ++round)
+    {
+        auto source = LoadXml(u"<r><a>one</a><b>two</b></r>");
+        auto target = LoadXml(u"<t/>");
+        ASSERT_EQ(S_OK, Select(target.Get(), u"t")->appendChild(Select(source.Get(), u"//a").Get(), nullptr));
+        // Both trees hold nodes of the first parse; each goes on its own thread.
+        std::thread other([held = std::move(target)]() mutable { held.Reset(); });
+        source.Reset();
+        other.join();
+    }
     EXPECT_EQ(0, Alive());
 }
 

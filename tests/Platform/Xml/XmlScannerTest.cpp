@@ -97,6 +97,36 @@ TEST(XmlScanner, ReadsTheFormsOfLibraryFilesItselfAndBuildsWhatExpatBuilds)
     ExpectSameAsExpat(declared, "UTF-8");
 }
 
+TEST(XmlScanner, ReadsLongNamesAndRunsAndLargeDocumentsAsExpatDoes)
+{
+    // Names and runs of text are read sixteen bytes at a time: what stops a run must be
+    // found at every offset, also near the end of the input.
+    const std::vector<std::string> stops = {"&amp;", "&#x20AC;", "\t", "\r\n", "]", "\xC3\xA9", "<b/>", "<![CDATA[c]]>"};
+    for (std::size_t offset = 0; offset < 34; ++offset)
+    {
+        const std::string name = "n" + std::string(offset, 'a') + "-1.b:c_d";
+        for (const std::string& stop : stops)
+        {
+            const std::string run = std::string(offset, 'x') + stop + std::string(20, 'y');
+            const std::string attribute = stop.front() == '<' ? run.substr(0, offset) : run;
+            const std::string xml =
+                "<" + name + " " + name + "='" + attribute + "'>" + run + "</" + name + ">";
+            EXPECT_TRUE(ScannerReads(xml)) << xml;
+            ExpectSameAsExpat(xml);
+            ExpectSameAsExpat(xml + std::string(40, ' '));
+        }
+    }
+
+    // A document far larger than a parse's first block of memory, with one text larger
+    // than any block.
+    std::string large = "<r>";
+    for (int i = 0; i < 20000; ++i)
+        large += "<item n='" + std::to_string(i) + "'>text " + std::to_string(i) + "</item>";
+    large += "<big>" + std::string(3 * 1024 * 1024, 'z') + "</big></r>";
+    EXPECT_TRUE(ScannerReads(large));
+    ExpectSameAsExpat(large);
+}
+
 TEST(XmlScanner, LeavesToExpatWhatItIsNotSureOf)
 {
     std::string manyAttributes = "<r";
