@@ -50,8 +50,8 @@ private:
     // Literal text up to the terminator, which is passed over.
     bool Until(std::string_view terminator, XmlString& text);
 
-    bool Name(std::string_view& name) noexcept;
-    bool SkipSpace() noexcept;
+    inline bool Name(std::string_view& name) noexcept;
+    inline bool SkipSpace() noexcept;
     bool At(std::string_view literal) const noexcept
     {
         return static_cast<std::size_t>(m_end - m_p) >= literal.size() &&
@@ -71,7 +71,7 @@ private:
         ++m_p;
         return true;
     }
-    bool Quoted(std::string_view& value) noexcept;
+    inline bool Quoted(std::string_view& value) noexcept;
     bool Decode(const char* begin, const char* end, Run run, XmlString& out) const;
 
     XmlTreeBuilder& m_builder;
