@@ -195,11 +195,13 @@ TEST_F(NodeLifetime, ParsedNodesKeepWhatTheirParseReadAfterItIsGone)
 {
     ComPtr<IXMLDOMNode> item;
     ComPtr<IXMLDOMAttribute> kind;
+    ComPtr<IXMLDOMAttribute> at;
     auto target = LoadXml(u"<target/>");
     {
         auto document = LoadXml(u"<r><item kind='marker' at='12'>Attack &amp; defence</item><other>x</other></r>");
         item = Select(document.Get(), u"//item");
         ASSERT_EQ(S_OK, Element(item.Get())->getAttributeNode(CComBSTR(u"kind"), kind.GetAddressOf()));
+        ASSERT_EQ(S_OK, Element(item.Get())->getAttributeNode(CComBSTR(u"at"), at.GetAddressOf()));
         ASSERT_EQ(S_OK, Select(target.Get(), u"target")->appendChild(Select(document.Get(), u"//other").Get(), nullptr));
         // A reload replaces the tree the held nodes came from.
         VARIANT_BOOL ok = VARIANT_FALSE;
@@ -224,6 +226,13 @@ TEST_F(NodeLifetime, ParsedNodesKeepWhatTheirParseReadAfterItIsGone)
     element.Reset();
     kind.Reset();
     target.Reset();
+    // The removed attribute's node outlives every node of the parse that read it.
+    CComBSTR name;
+    ASSERT_EQ(S_OK, at->get_name(name.GetAddressOf()));
+    CComVariant atValue;
+    ASSERT_EQ(S_OK, at->get_value(&atValue));
+    EXPECT_EQ(u"at=12", std::u16string(qm::BstrView(name)) + u"=" + std::u16string(qm::BstrView(atValue.bstrVal)));
+    at.Reset();
     EXPECT_EQ(0, Alive());
 }
 
