@@ -68,7 +68,13 @@ public:
     // document of the subtree becomes this node's. No checks: see CanInsert.
     void InsertChild(XmlNodeCore* child, XmlNodeCore* before) noexcept;
     // Links a new node of this node's document, held by nobody, as the last child.
-    void AppendNew(XmlNodeCore* child) noexcept { LinkChild(child, nullptr); }
+    void AppendNew(XmlNodeCore* child) noexcept
+    {
+        child->m_parent = this;
+        child->m_previous = m_lastChild;
+        (m_lastChild ? m_lastChild->m_next : m_firstChild) = child;
+        m_lastChild = child;
+    }
     // Unlinks a child (or an attribute node) from this node; it becomes a root.
     void RemoveChild(XmlNodeCore* child) noexcept;
     // S_OK when child may become a child of this node (before `before`, if given).

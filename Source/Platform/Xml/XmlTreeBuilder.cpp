@@ -26,13 +26,10 @@ XmlTreeBuilder::XmlTreeBuilder(XmlDocument& document, bool preserveWhiteSpace) n
 
 XmlTreeBuilder::~XmlTreeBuilder() { Discard(); }
 
-XmlArena& XmlTreeBuilder::Arena()
+XmlArena& XmlTreeBuilder::NewArena()
 {
-    if (m_arena == nullptr)
-    {
-        m_arena = XmlArena::Create(m_expectedBytes);
-        m_arenaStamp = ++t_arenaStamps;
-    }
+    m_arena = XmlArena::Create(m_expectedBytes);
+    m_arenaStamp = ++t_arenaStamps;
     return *m_arena;
 }
 
@@ -89,14 +86,8 @@ void XmlTreeBuilder::CountMade() noexcept
     m_made = 0;
 }
 
-void XmlTreeBuilder::Append(XmlNodeCore* node)
+void XmlTreeBuilder::AppendTopLevel(XmlNodeCore* node)
 {
-    ++m_made;
-    if (m_current)
-    {
-        m_current->AppendNew(node);
-        return;
-    }
     try
     {
         m_topLevel.push_back(node);
@@ -127,12 +118,6 @@ XmlAttributeEntry* XmlTreeBuilder::Attributes(XmlElement& element, std::size_t c
     std::uninitialized_default_construct_n(entries, count);
     element.BorrowAttributes(entries, count);
     return entries;
-}
-
-void XmlTreeBuilder::CloseElement() noexcept
-{
-    m_current = m_current->Parent();
-    --m_depth;
 }
 
 void XmlTreeBuilder::AppendText(XmlString text, bool blank)

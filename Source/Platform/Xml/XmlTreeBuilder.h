@@ -69,7 +69,11 @@ public:
     XmlElement* OpenElement(XmlString name);
     // Empty attributes for the element just opened, to be filled in place.
     XmlAttributeEntry* Attributes(XmlElement& element, std::size_t count);
-    void CloseElement() noexcept;
+    void CloseElement() noexcept
+    {
+        m_current = m_current->Parent();
+        --m_depth;
+    }
     // blank: white space alone, none of it written as a reference.
     void AppendText(XmlString text, bool blank);
     void AppendCData(XmlString text);
@@ -86,8 +90,17 @@ private:
 
     // A name not yet in this thread's cache (entry null), or not yet copied into this arena.
     bool NewName(std::string_view utf8, std::uint32_t hash, XmlNameCache::Entry* entry, XmlString& name);
-    XmlArena& Arena();
-    void Append(XmlNodeCore* node);
+    XmlArena& Arena() { return m_arena ? *m_arena : NewArena(); }
+    XmlArena& NewArena();
+    void Append(XmlNodeCore* node)
+    {
+        ++m_made;
+        if (m_current)
+            m_current->AppendNew(node);
+        else
+            AppendTopLevel(node);
+    }
+    void AppendTopLevel(XmlNodeCore* node);
     // Hands the count of the nodes made so far to the arena and the census.
     void CountMade() noexcept;
     void ReleaseArena() noexcept;
