@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <new>
 
 namespace qm::xml
@@ -51,7 +52,7 @@ void XmlArena::Release(long count) noexcept
 
 void* XmlArena::AllocateInNewBlock(std::size_t size, std::size_t alignment)
 {
-    if (size > kMaxBlock * 1024 * 1024)
+    if (size > std::numeric_limits<std::size_t>::max() / 2)
         throw std::bad_alloc();
     const std::size_t needed = sizeof(Block) + alignment + size;
     // A large piece gets a block of its own, so that the current block's space is kept.

@@ -25,13 +25,14 @@ public:
 
     void* Allocate(std::size_t size, std::size_t alignment)
     {
-        const auto address = reinterpret_cast<std::uintptr_t>(m_next);
-        char* p = m_next + (((address + alignment - 1) & ~(alignment - 1)) - address);
-        if (p <= m_end && size <= static_cast<std::size_t>(m_end - p))
+        const auto next = reinterpret_cast<std::uintptr_t>(m_next);
+        const std::uintptr_t aligned = (next + alignment - 1) & ~(alignment - 1);
+        if (aligned <= reinterpret_cast<std::uintptr_t>(m_end) &&
+            size <= reinterpret_cast<std::uintptr_t>(m_end) - aligned)
         {
-            m_next = p + size;
-            m_latest = p;
-            return p;
+            m_latest = m_next + (aligned - next);
+            m_next = m_latest + size;
+            return m_latest;
         }
         return AllocateInNewBlock(size, alignment);
     }
