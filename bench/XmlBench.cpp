@@ -224,7 +224,7 @@ int main(int argc, char** argv)
     // The machine's speed drifts: repeated, interleaved runs and their medians make the
     // ratios steady. Flags given on the command line come after these and win.
     std::vector<char*> arguments(argv, argv + argc);
-    char repetitions[] = "--benchmark_repetitions=9";
+    char repetitions[] = "--benchmark_repetitions=15";
     char interleave[] = "--benchmark_enable_random_interleaving=true";
     char aggregates[] = "--benchmark_report_aggregates_only=true";
     arguments.insert(arguments.begin() + 1, {repetitions, interleave, aggregates});
