@@ -77,21 +77,6 @@ bool XmlNodeCore::IsAncestorOf(const XmlNodeCore* node) const noexcept
     return false;
 }
 
-void XmlNodeCore::LinkChild(XmlNodeCore* child, XmlNodeCore* before) noexcept
-{
-    child->m_parent = this;
-    child->m_next = before;
-    child->m_previous = before ? before->m_previous : m_lastChild;
-    if (child->m_previous)
-        child->m_previous->m_next = child;
-    else
-        m_firstChild = child;
-    if (before)
-        before->m_previous = child;
-    else
-        m_lastChild = child;
-}
-
 void XmlNodeCore::UnlinkChild(XmlNodeCore* child) noexcept
 {
     if (child->m_previous)

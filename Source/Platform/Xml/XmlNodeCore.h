@@ -68,13 +68,7 @@ public:
     // document of the subtree becomes this node's. No checks: see CanInsert.
     void InsertChild(XmlNodeCore* child, XmlNodeCore* before) noexcept;
     // Links a new node of this node's document, held by nobody, as the last child.
-    void AppendNew(XmlNodeCore* child) noexcept
-    {
-        child->m_parent = this;
-        child->m_previous = m_lastChild;
-        (m_lastChild ? m_lastChild->m_next : m_firstChild) = child;
-        m_lastChild = child;
-    }
+    void AppendNew(XmlNodeCore* child) noexcept { LinkChild(child, nullptr); }
     // Unlinks a child (or an attribute node) from this node; it becomes a root.
     void RemoveChild(XmlNodeCore* child) noexcept;
     // S_OK when child may become a child of this node (before `before`, if given).
@@ -125,7 +119,20 @@ protected:
     friend void DestroySubtree(XmlNodeCore* root) noexcept;
 
 private:
-    void LinkChild(XmlNodeCore* child, XmlNodeCore* before) noexcept;
+    void LinkChild(XmlNodeCore* child, XmlNodeCore* before) noexcept
+    {
+        child->m_parent = this;
+        child->m_next = before;
+        child->m_previous = before ? before->m_previous : m_lastChild;
+        if (child->m_previous)
+            child->m_previous->m_next = child;
+        else
+            m_firstChild = child;
+        if (before)
+            before->m_previous = child;
+        else
+            m_lastChild = child;
+    }
     void UnlinkChild(XmlNodeCore* child) noexcept;
 
     static inline std::atomic<long> s_liveNodes{0};

@@ -205,7 +205,10 @@ void XmlParser::FlushText()
 {
     if (m_text.empty())
         return;
-    m_builder.AppendText(Text(m_text), !m_textIsContent && IsBlank(m_text));
+    // Layout the builder would drop is not converted at all.
+    const bool blank = !m_textIsContent && IsBlank(m_text);
+    if (!blank || m_builder.KeepsBlankText())
+        m_builder.AppendText(Text(m_text), blank);
     m_text.clear();
     m_textIsContent = false;
 }
