@@ -10,6 +10,7 @@
 #include "Platform/Kernel/FileApi.h"
 #include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
+#include "Platform/Xml/XmlChars.h"
 #include "qm/Platform/Kernel/Time.h"
 
 namespace Quillmar::Library::Native
@@ -341,6 +342,8 @@ HRESULT CLibraryItem::CopyTo(LPCWSTR path, ILibraryItem** ppLibraryItem)
 
 HRESULT CLibraryItem::put_Color(wstring_view color)
 {
+    QMCheckCondition(qm::xml::IsValidText(color), E_INVALIDARG);
+    QMCheckHRESULT(LoadForWrite());
     ComPtr<IXMLDOMElement> element;
     NodeElement(element);
     QMCheckCondition(element, E_UNEXPECTED);
@@ -361,6 +364,8 @@ wstring CLibraryItem::get_Color()
 
 HRESULT CLibraryItem::put_SynchronizationHandicap(REFERENCE_TIME value)
 {
+    // Loaded first, so that the load cannot put the file's value back over this one.
+    QMCheckHRESULT(LoadForWrite());
     m_synchronizationHandicap = value;
     return S_OK;
 }
@@ -465,6 +470,7 @@ HRESULT CLibraryItem::put_RawPath(const wstring& path)
 
 HRESULT CLibraryItem::put_Duration(REFERENCE_TIME value)
 {
+    QMCheckHRESULT(LoadForWrite());
     m_duration = value;
     return S_OK;
 }
@@ -491,6 +497,7 @@ HRESULT CLibraryItem::get_FirstFrameAbsoluteTime(FILETIME* pVal)
 
 HRESULT CLibraryItem::put_FirstFrameAbsoluteTime(std::uint64_t value)
 {
+    QMCheckHRESULT(LoadForWrite());
     m_firstFrameAbsoluteTime = value;
     return S_OK;
 }

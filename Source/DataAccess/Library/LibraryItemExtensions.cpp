@@ -55,8 +55,11 @@ HRESULT CLibraryItem::GetExtension(REFGUID type, REFIID iid, void** ppv)
     return extension->QueryInterface(iid, ppv);
 }
 
+// Asked for in order to write: the clip loads first, so that the extension handed out is
+// the one its file gives, not one that the load would replace.
 HRESULT CLibraryItem::GetOrCreateExtension(REFGUID type, REFIID iid, void** ppv)
 {
+    QMCheckHRESULT(LoadForWrite());
     const HRESULT found = GetExtension(type, iid, ppv);
     QMCheckHRESULT(found);
     if (found == S_OK)
@@ -73,6 +76,7 @@ HRESULT CLibraryItem::GetOrCreateExtension(REFGUID type, REFIID iid, void** ppv)
 HRESULT CLibraryItem::AddExtension(IMDExtension* pExtension)
 {
     QMCheckCondition(pExtension != 0, E_INVALIDARG);
+    QMCheckHRESULT(LoadForWrite());
     const GUID type = pExtension->GetExtensionType();
     for (auto it = m_extensions.begin(); it != m_extensions.end(); ++it)
     {

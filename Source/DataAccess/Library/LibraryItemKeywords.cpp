@@ -3,9 +3,24 @@
 #include "qm/Library/CLibraryItem.h"
 
 #include "Logging/QMLog.h"
+#include "Platform/Xml/XmlChars.h"
+
+#include <algorithm>
 
 namespace Quillmar::Library::Native
 {
+namespace
+{
+// Keyword text that XML cannot carry is refused before it enters the map: once there, it
+// would fail every later save of the clip.
+bool IsStorable(wstring_view text) { return qm::xml::IsValidText(text); }
+bool IsStorable(const Keyword& keyword) { return IsStorable(keyword.first) && IsStorable(keyword.second); }
+bool IsStorable(const std::vector<wstring>& values)
+{
+    return std::all_of(values.begin(), values.end(), [](const wstring& v) { return IsStorable(v); });
+}
+} // namespace
+
 HRESULT CLibraryItem::LoadForWrite()
 {
     QMCheckHRESULT(EnsureLoaded());
@@ -66,6 +81,7 @@ std::int32_t CLibraryItem::CompareCategory(ILibraryItem* other, const wstring& c
 HRESULT CLibraryItem::SetCategoryValues(const wstring& category, const std::vector<wstring>& values)
 {
     QMCheckCondition(!category.empty(), E_INVALIDARG);
+    QMCheckCondition(IsStorable(category) && IsStorable(values), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.SetCategoryValues(category, values);
 }
@@ -74,6 +90,7 @@ HRESULT CLibraryItem::SetCategoryValue(wstring_view category, wstring_view value
 {
     QMCheckCondition(!category.empty(), E_INVALIDARG);
     QMCheckCondition(!value.empty(), E_INVALIDARG);
+    QMCheckCondition(IsStorable(category) && IsStorable(value), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.SetCategoryValue(category, value);
 }
@@ -81,6 +98,7 @@ HRESULT CLibraryItem::SetCategoryValue(wstring_view category, wstring_view value
 HRESULT CLibraryItem::SetKeyword(const Keyword& keyword)
 {
     QMCheckCondition(keyword.IsValid(), E_INVALIDARG);
+    QMCheckCondition(IsStorable(keyword), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.SetKeyword(keyword);
 }
@@ -88,6 +106,7 @@ HRESULT CLibraryItem::SetKeyword(const Keyword& keyword)
 HRESULT CLibraryItem::AddCategoryValues(const wstring& category, const std::vector<wstring>& values)
 {
     QMCheckCondition(!category.empty(), E_INVALIDARG);
+    QMCheckCondition(IsStorable(category) && IsStorable(values), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.AddCategoryValues(category, values);
 }
@@ -109,6 +128,7 @@ HRESULT CLibraryItem::AddCategoryValue(wstring_view category, wstring_view value
 {
     if (category.empty() || value.empty())
         return S_FALSE;
+    QMCheckCondition(IsStorable(category) && IsStorable(value), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.AddCategoryValue(category, value);
 }
@@ -117,6 +137,7 @@ HRESULT CLibraryItem::AddKeyword(const Keyword& keyword)
 {
     if (!keyword.IsValid())
         return S_FALSE;
+    QMCheckCondition(IsStorable(keyword), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.AddKeyword(keyword);
 }
@@ -131,12 +152,14 @@ HRESULT CLibraryItem::RemoveKeyword(const Keyword& keyword)
 HRESULT CLibraryItem::RenameCategory(const wstring& oldCategory, const wstring& newCategory)
 {
     QMCheckCondition(!oldCategory.empty(), E_INVALIDARG);
+    QMCheckCondition(IsStorable(newCategory), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.RenameCategory(oldCategory, newCategory);
 }
 
 HRESULT CLibraryItem::ReplaceKeyword(const Keyword& oldKeyword, const Keyword& newKeyword)
 {
+    QMCheckCondition(IsStorable(newKeyword.second), E_INVALIDARG);
     QMCheckHRESULT(LoadForWrite());
     return m_keywords.ReplaceKeyword(oldKeyword, newKeyword);
 }

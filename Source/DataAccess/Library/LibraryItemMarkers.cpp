@@ -113,8 +113,8 @@ HRESULT CLibraryItem::CreateMarker(std::int32_t type, ILibraryItemMarker** ppMar
     QMCheckCondition(ppMarker != nullptr, E_POINTER);
     *ppMarker = nullptr;
     QMCheckCondition(IsMarkerType(type), E_INVALIDARG);
-    QMCheckCondition(m_node != nullptr, E_UNEXPECTED);
     QMCheckHRESULT(EnsureMarkersLoaded());
+    QMCheckCondition(m_node != nullptr, E_UNEXPECTED);
     ComPtr<CLibraryItem> marker;
     QMCheckHRESULT(MakeMarker(marker));
     ComPtr<IXMLDOMNode> node;
@@ -341,6 +341,7 @@ bool CLibraryItem::get_IsSynchMarker()
 
 HRESULT CLibraryItem::put_IsSynchMarker(bool value)
 {
+    QMCheckHRESULT(LoadForWrite());
     if (get_IsSynchMarker() == value)
         return S_OK;
     ComPtr<IXMLDOMElement> element;

@@ -294,6 +294,9 @@ bool CLibraryItem::IsDirty()
 
 HRESULT CLibraryItem::Save()
 {
+    // Changes made while the XML was unloaded are written into the file's content.
+    if (m_loadPending && IsDirty())
+        QMCheckHRESULT(EnsureLoaded());
     if (!m_node)
         return S_FALSE;
     QMCheckHRESULT(FlushToNode());

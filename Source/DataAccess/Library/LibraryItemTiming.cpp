@@ -95,8 +95,10 @@ HRESULT CLibraryItem::FireCueEvents(bool in, bool out)
     return S_OK;
 }
 
+// The cue setters load first: a load after the store would put the file's cue points back.
 HRESULT CLibraryItem::put_CueIn(REFERENCE_TIME value)
 {
+    QMCheckHRESULT(LoadForWrite());
     if (value == m_cueIn)
         return S_OK;
     m_cueIn = value;
@@ -106,6 +108,7 @@ HRESULT CLibraryItem::put_CueIn(REFERENCE_TIME value)
 
 HRESULT CLibraryItem::put_CueOut(REFERENCE_TIME value)
 {
+    QMCheckHRESULT(LoadForWrite());
     if (value == m_cueOut)
         return S_OK;
     m_cueOut = value;
@@ -115,6 +118,7 @@ HRESULT CLibraryItem::put_CueOut(REFERENCE_TIME value)
 
 HRESULT CLibraryItem::SetCuePoints(REFERENCE_TIME in, REFERENCE_TIME out)
 {
+    QMCheckHRESULT(LoadForWrite());
     if (in == m_cueIn && out == m_cueOut)
         return S_OK;
     m_cueIn = in;
@@ -164,6 +168,7 @@ HRESULT CLibraryItem::get_ThumbnailTime(REFERENCE_TIME* pVal)
 
 HRESULT CLibraryItem::put_ThumbnailTime(REFERENCE_TIME time)
 {
+    QMCheckHRESULT(LoadForWrite());
     const auto thumbnails = GetMarkers(MarkerTypeThumbnail);
     ComPtr<ILibraryItemMarker> marker;
     if (!thumbnails.empty())

@@ -11,7 +11,6 @@ namespace Quillmar::Library::Native::details
 {
 namespace
 {
-constexpr wstring_view kNodeName = u"AudioMatrix";
 constexpr wstring_view kOutputName = u"Output";
 constexpr wstring_view kOutputsQuery = u"AudioMatrix/Output";
 
@@ -94,24 +93,16 @@ HRESULT CMDAudioMatrix::WriteOutput(IXMLDOMDocument* document, IXMLDOMElement* m
     return S_OK;
 }
 
-HRESULT CMDAudioMatrix::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
+// The outputs of every AudioMatrix element were read; they are written back as one.
+HRESULT CMDAudioMatrix::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    if (!m_dirty)
-        return S_FALSE;
-    QMCheckHRESULT(Delete(parentNode, pLibraryItem));
-    ComPtr<IXMLDOMElement> pNode;
-    ComPtr<IXMLDOMDocument> pDoc;
-    QMCheckHRESULT(ParentAndDocument(parentNode, pNode, pDoc));
-    if (!m_outputs.empty())
-    {
-        ComPtr<IXMLDOMElement> matrix;
-        QMCheckHRESULT(CreateElement(pDoc.Get(), kNodeName, matrix));
-        for (const Output& output : m_outputs)
-            QMCheckHRESULT(WriteOutput(pDoc.Get(), matrix.Get(), output));
-        QMCheckHRESULT(pNode->appendChild(matrix.Get(), nullptr));
-    }
-    m_dirty = false;
+    if (m_outputs.empty())
+        return S_OK;
+    ComPtr<IXMLDOMElement> matrix;
+    QMCheckHRESULT(CreateElement(document, kNodeName, matrix));
+    for (const Output& output : m_outputs)
+        QMCheckHRESULT(WriteOutput(document, matrix.Get(), output));
+    QMCheckHRESULT(parentNode->appendChild(matrix.Get(), nullptr));
     return S_OK;
 }
 
@@ -162,7 +153,7 @@ HRESULT CMDAudioMatrix::Load(IXMLDOMNode* parentNode, ILibraryItem*)
 
 HRESULT CMDAudioMatrix::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    QMCheckHRESULT(RemoveElements(parentNode));
     return S_OK;
 }
 } // namespace Quillmar::Library::Native::details

@@ -14,6 +14,7 @@ class CMDAudioMatrix : public MDExtension<CMDAudioMatrix, IMDAudioMatrix>
 public:
     static constexpr GUID kType = MDTYPE_AudioMatrix;
     static constexpr bool kCanUnload = true;
+    static constexpr wstring_view kNodeName = u"AudioMatrix";
 
     CMDAudioMatrix() = default;
 
@@ -26,16 +27,18 @@ public:
     void SetGain(std::uint32_t channel, std::uint64_t output, float gain) override;
     std::vector<std::vector<float>> GetMatrix() override;
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
     // Input channel index to gain, ascending.
     using Output = std::map<std::uint32_t, float>;
 
     static HRESULT WriteOutput(IXMLDOMDocument* document, IXMLDOMElement* matrix, const Output& output);
     static HRESULT ReadOutput(IXMLDOMNode* node, Output& output);
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
 
     std::vector<Output> m_outputs;
 };

@@ -7,7 +7,6 @@ namespace Quillmar::Library::Native
 {
 namespace
 {
-constexpr wstring_view kNodeName = u"Data";
 constexpr wstring_view kIdAttribute = u"Id";
 
 // The length of a 16-bit name, under the name its checks are written with.
@@ -36,8 +35,10 @@ HRESULT CMDDataBlob::SetData(LPCWSTR dataBlobName, LPCWSTR value)
     QMCheckCondition(dataBlobName != 0 && wcslen(dataBlobName) > 0, E_INVALIDARG);
     if (value == nullptr || *value == 0)
         return RemoveData(dataBlobName);
-    CComBSTR data(value);
     const wstring_view name(dataBlobName);
+    QMCheckHRESULT(CheckText(name));
+    QMCheckHRESULT(CheckText(value));
+    CComBSTR data(value);
     const auto it = m_blobs.find(name);
     if (it == m_blobs.end())
         m_blobs.emplace(CComBSTR(name), std::move(data));
@@ -58,7 +59,7 @@ HRESULT CMDDataBlob::RemoveData(LPCWSTR dataBlobName)
     return S_OK;
 }
 
-HRESULT CMDDataBlob::WriteBlob(IXMLDOMDocument* document, IXMLDOMElement* parent, const CComBSTR& name,
+HRESULT CMDDataBlob::WriteBlob(IXMLDOMDocument* document, IXMLDOMNode* parent, const CComBSTR& name,
                                const CComBSTR& data)
 {
     ComPtr<IXMLDOMElement> element;
@@ -69,18 +70,10 @@ HRESULT CMDDataBlob::WriteBlob(IXMLDOMDocument* document, IXMLDOMElement* parent
     return S_OK;
 }
 
-HRESULT CMDDataBlob::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
+HRESULT CMDDataBlob::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    if (!m_dirty)
-        return S_FALSE;
-    QMCheckHRESULT(Delete(parentNode, pLibraryItem));
-    ComPtr<IXMLDOMElement> pNode;
-    ComPtr<IXMLDOMDocument> pDoc;
-    QMCheckHRESULT(ParentAndDocument(parentNode, pNode, pDoc));
     for (const auto& [name, data] : m_blobs)
-        QMCheckHRESULT(WriteBlob(pDoc.Get(), pNode.Get(), name, data));
-    m_dirty = false;
+        QMCheckHRESULT(WriteBlob(document, parentNode, name, data));
     return S_OK;
 }
 
@@ -116,10 +109,7 @@ HRESULT CMDDataBlob::Load(IXMLDOMNode* parentNode, ILibraryItem*)
 
 HRESULT CMDDataBlob::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    NodeList nodes;
-    QMCheckHRESULT(SelectNodes(parentNode, kNodeName, nodes));
-    for (const auto& node : nodes)
-        QMCheckHRESULT(parentNode->removeChild(node.Get(), nullptr));
+    QMCheckHRESULT(RemoveElements(parentNode));
     return S_OK;
 }
 } // namespace Quillmar::Library::Native

@@ -13,6 +13,7 @@ class CMDDataBlob : public MDExtension<CMDDataBlob, IMDDataBlob>
 public:
     static constexpr GUID kType = MDTYPE_DataBlob;
     static constexpr bool kCanUnload = true;
+    static constexpr wstring_view kNodeName = u"Data";
 
     CMDDataBlob() = default;
 
@@ -22,11 +23,12 @@ public:
     HRESULT SetData(LPCWSTR dataBlobName, LPCWSTR value) override;
     HRESULT RemoveData(LPCWSTR dataBlobName) override;
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
     // Names are exact keys, in the order of their UTF-16 code units, so that the file's
     // order is the same on every machine.
     struct BstrLess
@@ -38,7 +40,8 @@ private:
     };
     using Blobs = std::map<CComBSTR, CComBSTR, BstrLess>;
 
-    HRESULT WriteBlob(IXMLDOMDocument* document, IXMLDOMElement* parent, const CComBSTR& name, const CComBSTR& data);
+    HRESULT WriteBlob(IXMLDOMDocument* document, IXMLDOMNode* parent, const CComBSTR& name, const CComBSTR& data);
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
     HRESULT ReadBlob(IXMLDOMNode* node);
 
     Blobs m_blobs;

@@ -9,7 +9,6 @@ namespace Quillmar::Library::Native
 {
 namespace
 {
-constexpr wstring_view kNodeName = u"DataSource";
 constexpr const char16_t* kLoadFailed = u"Failed to load data source extension node.";
 } // namespace
 
@@ -115,10 +114,11 @@ HRESULT CMDDataSource::LoadFromXmlText(LPCWSTR xml)
     return S_OK;
 }
 
-HRESULT CMDDataSource::WriteElement(IXMLDOMNode* parentNode, const wstring& mediaPath)
+HRESULT CMDDataSource::WriteElement(IXMLDOMNode* parentNode, IXMLDOMDocument* document, const wstring& mediaPath)
 {
     ComPtr<IXMLDOMElement> pNode;
-    QMCheckHRESULT(NewElement(parentNode, kNodeName, pNode));
+    QMCheckHRESULT(CreateElement(document, kNodeName, pNode));
+    QMCheckCondition(pNode != nullptr, E_INVALIDARG);
     const auto persister = QueryTo<qm_mdc::IDataSourceUnitMgrPersist>(m_dsuMgrCtrl.Get());
     QMCheckCondition(persister != 0, E_NOINTERFACE);
     const bool res = persister->Save(pNode.Get(), mediaPath.c_str());
@@ -127,25 +127,16 @@ HRESULT CMDDataSource::WriteElement(IXMLDOMNode* parentNode, const wstring& medi
     return S_OK;
 }
 
-HRESULT CMDDataSource::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
+HRESULT CMDDataSource::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    if (!m_dirty)
-        return S_FALSE;
-    const wstring mediaPath = pLibraryItem ? pLibraryItem->get_MediaPath() : wstring();
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
     // A dirty extension without a manager writes as one without units: no element.
     LONG count = 0;
     if (m_dsuMgrCtrl)
         QMCheckHRESULT(m_dsuMgrCtrl->GetUnitCount(&count));
-    if (count > 0)
-    {
-        const HRESULT hr = WriteElement(parentNode, mediaPath);
-        if (FAILED(hr))
-            return hr;
-    }
-    m_dirty = false;
-    return S_OK;
+    if (count <= 0)
+        return S_OK;
+    const wstring mediaPath = pLibraryItem ? pLibraryItem->get_MediaPath() : wstring();
+    return WriteElement(parentNode, document, mediaPath);
 }
 
 HRESULT CMDDataSource::Load(IXMLDOMNode* xmlParentNode, ILibraryItem* pLibraryItem)
@@ -167,8 +158,7 @@ HRESULT CMDDataSource::Load(IXMLDOMNode* xmlParentNode, ILibraryItem* pLibraryIt
 
 HRESULT CMDDataSource::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    QMCheckHRESULT(RemoveElements(parentNode));
     m_dirty = false;
     m_dsuMgrCtrl = nullptr;
     return S_OK;

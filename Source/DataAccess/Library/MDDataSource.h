@@ -14,6 +14,7 @@ class CMDDataSource : public MDExtension<CMDDataSource, IMDDataSource>
 public:
     static constexpr GUID kType = MDTYPE_DataSource;
     static constexpr bool kCanUnload = true;
+    static constexpr wstring_view kNodeName = u"DataSource";
 
     CMDDataSource() = default;
 
@@ -26,11 +27,12 @@ public:
     void MarkDirty() override { m_dirty = true; }
     HRESULT LoadFromXmlText(LPCWSTR xml) override;
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* xmlParentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
     // A new manager filled from node (which may be null) by its persister: S_FALSE, and
     // no manager, when the persister will not take the node.
     static HRESULT ReadManager(IXMLDOMNode* node, LPCWSTR mediaPath, ComPtr<qm_mdc::IDataSourceUnitMgrCtrl>& manager);
@@ -39,7 +41,8 @@ private:
     HRESULT CopyUnitsInRange(qm_mdc::IDataSourceUnitMgrCtrl* target, LPCWSTR mediaPath, REFERENCE_TIME start,
                              REFERENCE_TIME end);
     // Appends a DataSource element with the manager's content to parentNode.
-    HRESULT WriteElement(IXMLDOMNode* parentNode, const wstring& mediaPath);
+    HRESULT WriteElement(IXMLDOMNode* parentNode, IXMLDOMDocument* document, const wstring& mediaPath);
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
 
     ComPtr<qm_mdc::IDataSourceUnitMgrCtrl> m_dsuMgrCtrl;
 };

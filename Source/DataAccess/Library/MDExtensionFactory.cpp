@@ -7,6 +7,28 @@
 
 namespace Quillmar::Library::Native
 {
+namespace
+{
+bool IsDirty(IMDExtension* extension)
+{
+    ComPtr<IPersistMDExtension> persister;
+    return SUCCEEDED(extension->QueryInterface(IID_IPersistMDExtension, reinterpret_cast<void**>(persister.GetAddressOf()))) &&
+           persister->IsDirty();
+}
+
+// Takes the extension of that type out of the list.
+ComPtr<IMDExtension> TakeOfType(std::vector<ComPtr<IMDExtension>>& extensions, const GUID& type)
+{
+    const auto it = std::find_if(extensions.begin(), extensions.end(),
+                                 [&](const ComPtr<IMDExtension>& e) { return e->GetExtensionType() == type; });
+    if (it == extensions.end())
+        return nullptr;
+    ComPtr<IMDExtension> taken = std::move(*it);
+    extensions.erase(it);
+    return taken;
+}
+} // namespace
+
 MDExtensionFactory& MDExtensionFactory::Instance()
 {
     static MDExtensionFactory instance;
@@ -69,9 +91,19 @@ HRESULT MDExtensionFactory::LoadExtensions(ILibraryItem* pLibraryItem, IXMLDOMNo
 {
     QMCheckCondition(pLibraryItem != 0, E_INVALIDARG);
     QMCheckCondition(pParentNode != 0, E_INVALIDARG);
+    // An extension changed while the clip had no XML holds what the host set last: it
+    // stays, in place of what the node says, and writes itself at the next save. Clean
+    // ones are read again.
+    std::vector<ComPtr<IMDExtension>> kept = std::move(extensions);
     extensions.clear();
+    std::erase_if(kept, [](const ComPtr<IMDExtension>& e) { return !IsDirty(e.Get()); });
     for (const ExtensionDescriptor& descriptor : Instance().m_factories)
     {
+        if (ComPtr<IMDExtension> dirty = TakeOfType(kept, descriptor.type))
+        {
+            extensions.push_back(std::move(dirty));
+            continue;
+        }
         if (!descriptor.createOnLoad)
             continue;
         ComPtr<IMDExtension> extension;

@@ -22,13 +22,13 @@ struct Kind
 };
 
 const Kind kKinds[] = {
-    {MDTYPE_AudioMatrix, u"AudioMatrix", true, &details::CMDAudioMatrix::Create},
-    {MDTYPE_DataSource, u"DataSource", false, &CMDDataSource::Create},
-    {MDTYPE_LibraryItemLink, u"Library.MDLibraryItemLink", true, &CMDLibraryItemLink::Create},
-    {MDTYPE_OverlayDrawing, u"OverlayDrawing", false, &CMDOverlayDrawing::Create},
-    {MDTYPE_Properties, u"Library.MDProperties", true, &CMDProperties::Create},
-    {MDTYPE_DataBlob, u"Data", false, &CMDDataBlob::Create},
-    {MDTYPE_MediaSourceInfo, u"MediaSourceInfo", true, &CMDMediaSourceInfo::Create},
+    {MDTYPE_AudioMatrix, details::CMDAudioMatrix::kNodeName, true, &details::CMDAudioMatrix::Create},
+    {MDTYPE_DataSource, CMDDataSource::kNodeName, false, &CMDDataSource::Create},
+    {MDTYPE_LibraryItemLink, CMDLibraryItemLink::kNodeName, true, &CMDLibraryItemLink::Create},
+    {MDTYPE_OverlayDrawing, CMDOverlayDrawing::kNodeName, false, &CMDOverlayDrawing::Create},
+    {MDTYPE_Properties, CMDProperties::kNodeName, true, &CMDProperties::Create},
+    {MDTYPE_DataBlob, CMDDataBlob::kNodeName, false, &CMDDataBlob::Create},
+    {MDTYPE_MediaSourceInfo, CMDMediaSourceInfo::kNodeName, true, &CMDMediaSourceInfo::Create},
 };
 } // namespace
 

@@ -13,8 +13,6 @@ namespace Quillmar::Library::Native
 {
 namespace
 {
-constexpr wstring_view kNodeName = u"Library.MDLibraryItemLink";
-
 // The form a location takes in the XML: relative to the clip's media path when both are
 // on one file system, else absolute.
 wstring StoredLocation(const wstring& path, const wstring& mediaPath)
@@ -129,6 +127,8 @@ std::vector<wstring> CMDLibraryItemLink::GetLinkedPaths(wstring_view id)
 
 HRESULT CMDLibraryItemLink::AddLinkedPath(wstring_view id, const wstring& path, std::optional<std::int32_t> index)
 {
+    QMCheckHRESULT(CheckText(id));
+    QMCheckHRESULT(CheckText(path));
     References::iterator it;
     QMCheckHRESULT(FindOrCreate(id, it));
     it->second.items.push_back({path, index});
@@ -192,6 +192,8 @@ bool CMDLibraryItemLink::HasLink(wstring_view id) { return Find(id) != nullptr; 
 
 HRESULT CMDLibraryItemLink::SetLinkName(wstring_view id, wstring_view name)
 {
+    QMCheckHRESULT(CheckText(id));
+    QMCheckHRESULT(CheckText(name));
     References::iterator it;
     QMCheckHRESULT(FindOrCreate(id, it));
     it->second.name = wstring(name);
@@ -207,6 +209,7 @@ wstring CMDLibraryItemLink::GetLinkName(wstring_view id)
 
 HRESULT CMDLibraryItemLink::SetSynchronizationOffset(wstring_view id, std::int64_t offset)
 {
+    QMCheckHRESULT(CheckText(id));
     References::iterator it;
     QMCheckHRESULT(FindOrCreate(id, it));
     it->second.synchronizationOffset = offset;
@@ -255,24 +258,21 @@ HRESULT CMDLibraryItemLink::WriteReference(IXMLDOMElement* container, const wstr
     return S_OK;
 }
 
-HRESULT CMDLibraryItemLink::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
+HRESULT CMDLibraryItemLink::PrepareSave(ILibraryItem* pLibraryItem)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
     QMCheckCondition(pLibraryItem != 0, E_INVALIDARG);
-    if (!m_dirty)
-        return S_FALSE;
+    return S_OK;
+}
+
+HRESULT CMDLibraryItemLink::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem)
+{
     const wstring mediaPath = pLibraryItem->get_MediaPath();
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
-    ComPtr<IXMLDOMDocument> pDoc;
-    QMCheckHRESULT(OwnerDocument(parentNode, pDoc));
-    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
     ComPtr<IXMLDOMElement> pElement;
-    QMCheckHRESULT(pDoc->createElement(CComBSTR(kNodeName), pElement.GetAddressOf()));
+    QMCheckHRESULT(CreateElement(document, kNodeName, pElement));
     QMCheckCondition(pElement != nullptr, E_INVALIDARG);
     for (const auto& [id, reference] : m_references)
         QMCheckHRESULT(WriteReference(pElement.Get(), id, reference, mediaPath));
     QMCheckHRESULT(parentNode->appendChild(pElement.Get(), nullptr));
-    m_dirty = false;
     return S_OK;
 }
 
@@ -340,8 +340,7 @@ HRESULT CMDLibraryItemLink::Load(IXMLDOMNode* parentNode, ILibraryItem* pLibrary
 
 HRESULT CMDLibraryItemLink::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    QMCheckHRESULT(RemoveElements(parentNode));
     m_dirty = false;
     return S_OK;
 }

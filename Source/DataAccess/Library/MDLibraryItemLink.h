@@ -17,6 +17,7 @@ class CMDLibraryItemLink : public MDExtension<CMDLibraryItemLink, IMDLibraryItem
 public:
     static constexpr GUID kType = MDTYPE_LibraryItemLink;
     static constexpr bool kCanUnload = false;
+    static constexpr wstring_view kNodeName = u"Library.MDLibraryItemLink";
     // Answered with the object itself, so that CopyFrom can reach another one's map.
     static constexpr CLSID ClassId = qm::ParseGuid("{8B77FD00-9A33-42DB-8D5B-94733C0AE3F9}");
 
@@ -60,11 +61,12 @@ public:
     HRESULT SetSynchronizationOffset(wstring_view id, std::int64_t offset) override;
     HRESULT GetSynchronizationOffset(wstring_view id, std::int64_t* offset) override;
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
     // Keyed by the reference id, ordered by UTF-16 code units.
     using References = std::map<wstring, LinkReference, std::less<>>;
 
@@ -80,6 +82,10 @@ private:
     HRESULT ReadReference(IXMLDOMNode* node, const wstring& mediaPath);
     // Appends the location that node gives, if it is an element with a location.
     static HRESULT ReadLocation(IXMLDOMNode* node, const wstring& mediaPath, std::vector<LinkedItemLocation>& items);
+
+    // Every save needs the clip, whose media path the stored locations are relative to.
+    HRESULT PrepareSave(ILibraryItem* pLibraryItem);
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
 
     References m_references;
 };

@@ -14,8 +14,6 @@ namespace Quillmar::Library::Native
 {
 namespace
 {
-constexpr wstring_view kNodeName = u"MediaSourceInfo";
-
 using Attributes = std::vector<std::pair<wstring_view, CComVariant>>;
 
 // Appends a child element with the attributes, in their order.
@@ -139,27 +137,23 @@ HRESULT CMDMediaSourceInfo::put_VideoStreamRate(const Fraction& value)
     return S_OK;
 }
 
-HRESULT CMDMediaSourceInfo::Write(IXMLDOMNode* parentNode)
+HRESULT CMDMediaSourceInfo::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* pDoc, ILibraryItem*)
 {
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
-    ComPtr<IXMLDOMDocument> pDoc;
-    OwnerDocument(parentNode, pDoc);
-    QMCheckCondition(pDoc != nullptr, E_INVALIDARG);
     ComPtr<IXMLDOMElement> pNode;
-    QMCheckHRESULT(CreateElement(pDoc.Get(), kNodeName, pNode));
+    QMCheckHRESULT(CreateElement(pDoc, kNodeName, pNode));
     QMCheckCondition(pNode != nullptr, E_INVALIDARG);
 
     const Values& v = m_values;
     if (v.aspectRatio.cx != 0 && v.aspectRatio.cy != 0)
-        QMCheckHRESULT(AppendChild(pDoc.Get(), pNode.Get(), u"AspectRatio",
+        QMCheckHRESULT(AppendChild(pDoc, pNode.Get(), u"AspectRatio",
                                    {{u"cx", CComVariant(LONG{v.aspectRatio.cx})},
                                     {u"cy", CComVariant(LONG{v.aspectRatio.cy})}}));
     if (v.interlaceFlags != kInterlaceUnset)
-        QMCheckHRESULT(AppendChild(pDoc.Get(), pNode.Get(), u"InterlaceFlags",
+        QMCheckHRESULT(AppendChild(pDoc, pNode.Get(), u"InterlaceFlags",
                                    {{u"IsInterlaced", CComVariant((v.interlaceFlags & kInterlaced) != 0)},
                                     {u"Field1First", CComVariant((v.interlaceFlags & kField1First) != 0)}}));
     if (v.rotation != VideoRotationUnset)
-        QMCheckHRESULT(AppendChild(pDoc.Get(), pNode.Get(), u"Rotation",
+        QMCheckHRESULT(AppendChild(pDoc, pNode.Get(), u"Rotation",
                                    {{u"Angle", CComVariant(LONG{v.rotation * 90})}}));
     if (v.flipVertical || v.flipHorizontal)
     {
@@ -168,10 +162,10 @@ HRESULT CMDMediaSourceInfo::Write(IXMLDOMNode* parentNode)
             flips.emplace_back(u"Vertical", CComVariant(true));
         if (v.flipHorizontal)
             flips.emplace_back(u"Horizontal", CComVariant(true));
-        QMCheckHRESULT(AppendChild(pDoc.Get(), pNode.Get(), u"Flip", flips));
+        QMCheckHRESULT(AppendChild(pDoc, pNode.Get(), u"Flip", flips));
     }
     if (IsRateSet(v.videoStreamRate))
-        QMCheckHRESULT(AppendChild(pDoc.Get(), pNode.Get(), u"VideoStreamRate",
+        QMCheckHRESULT(AppendChild(pDoc, pNode.Get(), u"VideoStreamRate",
                                    {{u"Numerator", Unsigned(v.videoStreamRate.numerator)},
                                     {u"Denominator", Unsigned(v.videoStreamRate.denominator)}}));
 
@@ -183,14 +177,10 @@ HRESULT CMDMediaSourceInfo::Write(IXMLDOMNode* parentNode)
     return S_OK;
 }
 
-HRESULT CMDMediaSourceInfo::Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem)
+HRESULT CMDMediaSourceInfo::PrepareSave(ILibraryItem* pLibraryItem)
 {
     QMCheckCondition(pLibraryItem != 0, E_INVALIDARG);
     m_pLibraryItem = pLibraryItem;
-    if (!m_dirty)
-        return S_FALSE;
-    QMCheckHRESULT(Write(parentNode));
-    m_dirty = false;
     return S_OK;
 }
 
@@ -248,7 +238,7 @@ HRESULT CMDMediaSourceInfo::Load(IXMLDOMNode* parentNode, ILibraryItem* pLibrary
 
 HRESULT CMDMediaSourceInfo::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    QMCheckHRESULT(RemoveElements(parentNode));
     m_dirty = false;
     m_pLibraryItem = nullptr;
     return S_OK;
@@ -262,7 +252,7 @@ HRESULT CMDMediaSourceInfo::Commit()
     ComPtr<IXMLDOMNode> xmlParentNode;
     QMCheckHRESULT(GetItemNodePrivate(m_pLibraryItem, xmlParentNode.GetAddressOf()));
     QMCheckCondition(xmlParentNode != 0, E_UNEXPECTED);
-    QMCheckHRESULT(Write(xmlParentNode.Get()));
+    QMCheckHRESULT(Rewrite(xmlParentNode.Get(), m_pLibraryItem));
     m_dirty = false;
     // An empty key: listeners read the whole clip again.
     const PROPERTYKEY everything{};

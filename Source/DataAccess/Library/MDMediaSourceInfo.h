@@ -12,6 +12,7 @@ class CMDMediaSourceInfo : public MDExtension<CMDMediaSourceInfo, IMDMediaSource
 public:
     static constexpr GUID kType = MDTYPE_MediaSourceInfo;
     static constexpr bool kCanUnload = false;
+    static constexpr wstring_view kNodeName = u"MediaSourceInfo";
 
     CMDMediaSourceInfo() = default;
 
@@ -32,11 +33,12 @@ public:
     HRESULT put_VideoStreamRate(const Fraction& value) override;
     Fraction get_VideoStreamRate() override { return m_values.videoStreamRate; }
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
     // Every value starts unset.
     struct Values
     {
@@ -59,8 +61,10 @@ private:
         return S_OK;
     }
 
-    // Replaces the clip's element by one that holds the values that are set.
-    HRESULT Write(IXMLDOMNode* parentNode);
+    // Every save, clean or not, remembers the clip for a later Commit.
+    HRESULT PrepareSave(ILibraryItem* pLibraryItem);
+    // Appends an element that holds the values that are set, if any is.
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
     HRESULT ReadChildren(IXMLDOMNode* extensionNode);
 
     Values m_values;

@@ -5,11 +5,6 @@
 
 namespace Quillmar::Library::Native
 {
-namespace
-{
-constexpr wstring_view kNodeName = u"OverlayDrawing";
-} // namespace
-
 HRESULT CMDOverlayDrawing::Clone(IMDExtension** ppExtension, int)
 {
     QMCheckCondition(ppExtension != 0, E_POINTER);
@@ -19,6 +14,8 @@ HRESULT CMDOverlayDrawing::Clone(IMDExtension** ppExtension, int)
 
 HRESULT CMDOverlayDrawing::put_Drawing(LPCWSTR value)
 {
+    if (value != nullptr)
+        QMCheckHRESULT(CheckText(value));
     m_text = value;
     m_dirty = true;
     return S_OK;
@@ -30,21 +27,16 @@ HRESULT CMDOverlayDrawing::get_Drawing(BSTR* pVal)
     return m_text.CopyTo(pVal);
 }
 
-HRESULT CMDOverlayDrawing::Save(IXMLDOMNode* parentNode, ILibraryItem*)
+HRESULT CMDOverlayDrawing::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    if (!m_dirty)
-        return S_FALSE;
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
     ComPtr<IXMLDOMElement> pNode;
-    QMCheckHRESULT(NewElement(parentNode, kNodeName, pNode));
+    QMCheckHRESULT(CreateElement(document, kNodeName, pNode));
     // An empty drawing leaves no element behind.
     if (m_text.Length() > 0)
     {
         QMCheckHRESULT(AppendCData(pNode.Get(), m_text.View()));
         QMCheckHRESULT(parentNode->appendChild(pNode.Get(), nullptr));
     }
-    m_dirty = false;
     return S_OK;
 }
 
@@ -63,7 +55,7 @@ HRESULT CMDOverlayDrawing::Load(IXMLDOMNode* parentNode, ILibraryItem* pItem)
 
 HRESULT CMDOverlayDrawing::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    QMCheckHRESULT(RemoveElements(parentNode));
     // The text stays, so that a later save of this object writes it again.
     m_dirty = true;
     return S_OK;

@@ -11,6 +11,7 @@ class CMDOverlayDrawing : public MDExtension<CMDOverlayDrawing, IMDOverlayDrawin
 public:
     static constexpr GUID kType = MDTYPE_OverlayDrawing;
     static constexpr bool kCanUnload = true;
+    static constexpr wstring_view kNodeName = u"OverlayDrawing";
 
     CMDOverlayDrawing() = default;
 
@@ -19,11 +20,14 @@ public:
     HRESULT put_Drawing(LPCWSTR value) override;
     HRESULT get_Drawing(BSTR* pVal) override;
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* parentNode, ILibraryItem* pItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
+
     // Null until a text is put or loaded.
     CComBSTR m_text;
 };

@@ -7,7 +7,6 @@ namespace Quillmar::Library::Native
 {
 namespace
 {
-constexpr wstring_view kNodeName = u"Library.MDProperties";
 constexpr wstring_view kLineEnd = u"\r\n";
 constexpr wstring_view kLineBreakTag = u"<br />";
 
@@ -28,6 +27,8 @@ HRESULT CMDProperties::Clone(IMDExtension** ppExtension, int deepClone)
 
 HRESULT CMDProperties::Set(const wstring& name, const wstring& value, wstring Properties::mapped_type::*half)
 {
+    QMCheckHRESULT(CheckText(name));
+    QMCheckHRESULT(CheckText(value));
     const auto it = m_properties.find(name);
     if (it == m_properties.end())
     {
@@ -76,14 +77,10 @@ HRESULT CMDProperties::WriteProperty(IXMLDOMElement* container, const wstring& n
     return S_OK;
 }
 
-HRESULT CMDProperties::Save(IXMLDOMNode* parentNode, ILibraryItem*)
+HRESULT CMDProperties::Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    if (!m_dirty)
-        return S_FALSE;
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
     ComPtr<IXMLDOMElement> container;
-    QMCheckHRESULT(CreateElement(parentNode, kNodeName, container));
+    QMCheckHRESULT(CreateElement(document, kNodeName, container));
     for (const auto& [name, entry] : m_properties)
     {
         if (entry.first.empty() && entry.second.empty())
@@ -91,7 +88,6 @@ HRESULT CMDProperties::Save(IXMLDOMNode* parentNode, ILibraryItem*)
         QMCheckHRESULT(WriteProperty(container.Get(), name, entry));
     }
     QMCheckHRESULT(parentNode->appendChild(container.Get(), nullptr));
-    m_dirty = false;
     return S_OK;
 }
 
@@ -134,8 +130,7 @@ HRESULT CMDProperties::Load(IXMLDOMNode* pXmlParentNode, ILibraryItem*)
 
 HRESULT CMDProperties::Delete(IXMLDOMNode* parentNode, ILibraryItem*)
 {
-    QMCheckCondition(parentNode != 0, E_INVALIDARG);
-    QMCheckHRESULT(RemoveSelected(parentNode, kNodeName));
+    QMCheckHRESULT(RemoveElements(parentNode));
     m_dirty = false;
     return S_OK;
 }

@@ -15,6 +15,7 @@ class CMDProperties : public MDExtension<CMDProperties, IMDProperties>
 public:
     static constexpr GUID kType = MDTYPE_Properties;
     static constexpr bool kCanUnload = false;
+    static constexpr wstring_view kNodeName = u"Library.MDProperties";
 
     CMDProperties() = default;
 
@@ -28,11 +29,12 @@ public:
     wstring GetProperty(const wstring& name) override;
     HRESULT SetDefaultValue(const wstring& name, const wstring& value) override;
 
-    HRESULT Save(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Load(IXMLDOMNode* pXmlParentNode, ILibraryItem* pLibraryItem) override;
     HRESULT Delete(IXMLDOMNode* parentNode, ILibraryItem* pLibraryItem) override;
 
 private:
+    friend MDExtension;
+
     // Name to (value, default value).
     using Properties = std::map<wstring, std::pair<wstring, wstring>>;
 
@@ -40,6 +42,7 @@ private:
     HRESULT Set(const wstring& name, const wstring& value, wstring Properties::mapped_type::*half);
     HRESULT WriteProperty(IXMLDOMElement* container, const wstring& name, const Properties::mapped_type& entry);
     HRESULT ReadProperty(IXMLDOMNode* node);
+    HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);
 
     Properties m_properties;
 };

@@ -128,4 +128,16 @@ HRESULT RemoveSelected(IXMLDOMNode* parent, wstring_view query)
         return hr;
     return parent->removeChild(child.Get(), nullptr);
 }
+
+HRESULT RemoveAllSelected(IXMLDOMNode* parent, wstring_view query)
+{
+    NodeList children;
+    HRESULT hr = SelectNodes(parent, query, children);
+    if (FAILED(hr))
+        return hr;
+    for (const auto& child : children)
+        if (FAILED(hr = parent->removeChild(child.Get(), nullptr)))
+            return hr;
+    return children.empty() ? S_FALSE : S_OK;
+}
 } // namespace Quillmar::Library::Native

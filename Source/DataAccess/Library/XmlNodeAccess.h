@@ -34,4 +34,6 @@ HRESULT SetNodeText(IXMLDOMNode* node, wstring_view text);
 HRESULT AppendCData(IXMLDOMElement* element, wstring_view text);
 // Removes the first child that the query selects; S_FALSE when there is none.
 HRESULT RemoveSelected(IXMLDOMNode* parent, wstring_view query);
+// Removes every child that the query selects; S_FALSE when there is none.
+HRESULT RemoveAllSelected(IXMLDOMNode* parent, wstring_view query);
 } // namespace Quillmar::Library::Native

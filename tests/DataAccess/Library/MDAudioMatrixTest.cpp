@@ -94,13 +94,20 @@ TEST_F(MDAudioMatrixTest, LoadReadsKnownCodesOfEveryOutput)
     expected[2][17] = 0.125f;
     EXPECT_EQ(expected, matrix);
 
-    // A save replaces the first matrix only; what it did not understand is gone.
+    // A save writes the outputs of both matrices back as one, so that saves do not make
+    // them multiply; what it did not understand is gone.
     loaded->SetGain(1, 1, 1.0f);
     ASSERT_EQ(S_OK, loaded->Save(clip.Get(), m_item.Get()));
-    EXPECT_EQ(u"<LIBRARY_ITEM><NAME>c</NAME><AudioMatrix><Output tbr=\"0.125\"/></AudioMatrix>"
-              u"<AudioMatrix><Output fl=\"0.5\" tlf=\"2\"/><Output fr=\"1\"/><Output tbr=\"0.125\"/></AudioMatrix>"
-              u"</LIBRARY_ITEM>",
-              XmlOf(clip.Get()));
+    const std::u16string saved =
+        u"<LIBRARY_ITEM><NAME>c</NAME>"
+        u"<AudioMatrix><Output fl=\"0.5\" tlf=\"2\"/><Output fr=\"1\"/><Output tbr=\"0.125\"/></AudioMatrix>"
+        u"</LIBRARY_ITEM>";
+    EXPECT_EQ(saved, XmlOf(clip.Get()));
+    const auto again = Reload(clip.Get());
+    EXPECT_EQ(3u, again->get_OutputCount());
+    again->SetGain(0, 0, 0.25f);
+    ASSERT_EQ(S_OK, again->Save(clip.Get(), m_item.Get()));
+    EXPECT_EQ(3u, Reload(clip.Get())->get_OutputCount());
 }
 
 TEST_F(MDAudioMatrixTest, AnEmptyMatrixRemovesItsElementAndCannotBeCloned)
