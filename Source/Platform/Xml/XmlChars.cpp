@@ -115,7 +115,8 @@ bool IsValidComment(wstring_view text) noexcept
 
 bool IsValidProcessingInstruction(wstring_view target, wstring_view data) noexcept
 {
-    if (!IsValidName(target) || !IsValidText(data) || HoldsCarriageReturn(data) || data.find(u"?>") != wstring_view::npos)
+    if (!IsValidName(target) || !IsValidText(data) || HoldsCarriageReturn(data) ||
+        data.find(u"?>") != wstring_view::npos)
         return false;
     if (target.size() == 3)
     {

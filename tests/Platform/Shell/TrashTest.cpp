@@ -135,7 +135,8 @@ TEST_F(TrashTest, NamesAreTakenAsTheyStandAndKeptUnique)
     EXPECT_TRUE(fs::exists(trash / "info" / "x.mp4.2.trashinfo"));
 
     // A name too long for its info file is shortened, keeps its extension and stays unique.
-    const std::string longName = std::string(120, 'n') + std::string(60, 'e') + "\xC3\xA9" + std::string(60, 'e') + ".mp4";
+    const std::string longName =
+        std::string(120, 'n') + std::string(60, 'e') + "\xC3\xA9" + std::string(60, 'e') + ".mp4";
     ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile(longName, "1"), &trashed));
     std::u16string second;
     ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile(longName, "2"), &second));
