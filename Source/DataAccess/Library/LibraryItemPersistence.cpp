@@ -21,7 +21,6 @@ namespace Quillmar::Library::Native
 {
 namespace
 {
-constexpr HRESULT kMediaNotFound = static_cast<HRESULT>(0x80040383u);
 constexpr int kReplaceAttempts = 4;
 constexpr DWORD kReplaceRetryWait = 200;
 
@@ -128,7 +127,7 @@ HRESULT CLibraryItem::EnsureLoaded()
     if (m_itemType != ItemKindNotebook && !PathFileExistsW(mediaPath))
     {
         QMLog(1, u"Media file not found: %s", mediaPath.c_str());
-        return kMediaNotFound;
+        return QM_E_MEDIA_MISSING;
     }
     ComPtr<IXMLDOMNode> node;
     const wstring sidecarPath = get_SidecarPath();

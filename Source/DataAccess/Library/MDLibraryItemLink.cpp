@@ -23,10 +23,12 @@ wstring StoredLocation(const wstring& path, const wstring& mediaPath)
     return path;
 }
 
-// A location read from the XML made absolute again from the clip's folder; a relative one
-// in a clip without a media path resolves to nothing.
-wstring ResolvedLocation(const wstring& text, const wstring& mediaPath)
+// A location read from the XML made absolute again from the clip's folder (a relative one
+// written on Windows has backslashes); a relative one in a clip without a media path
+// resolves to nothing.
+wstring ResolvedLocation(const wstring& stored, const wstring& mediaPath)
 {
+    const wstring text = qm::PathFromFile(stored);
     if (!PathIsRelativeW(text))
         return text;
     if (mediaPath.empty())

@@ -57,7 +57,17 @@ ScopedFileSystem::ScopedFileSystem(IFileSystem& replacement) noexcept : m_previo
 
 ScopedFileSystem::~ScopedFileSystem() { g_current.store(m_previous); }
 
-HRESULT ToNativePath(wstring_view path, std::string& native) { return ToUtf8(path, native); }
+HRESULT ToNativePath(wstring_view path, std::string& native)
+{
+    // The system call would end the name at a NUL: "clip.mp4\0.xml" must not name clip.mp4.
+    if (path.find(u'\0') != wstring_view::npos)
+    {
+        native.clear();
+        SetLastError(ERROR_INVALID_NAME);
+        return E_INVALIDARG;
+    }
+    return ToUtf8(path, native);
+}
 
 HRESULT FromNativePath(std::string_view native, wstring& path) { return ToUtf16(native, path); }
 

@@ -24,6 +24,7 @@ struct FileAttributes
     FILETIME lastWriteTime{};
     std::uint64_t size = 0;
     std::uint32_t mode = 0;
+    std::uint32_t owner = 0;
     bool isDirectory = false;
     bool isSymlink = false;
     // The owner's write bit is clear, or this process may not write the file.

@@ -116,6 +116,7 @@ HRESULT LinuxFileSystem::GetAttributes(wstring_view path, FileAttributes& attrib
     attributes.creationTime = (info.stx_mask & STATX_BTIME) ? ToFileTime(info.stx_btime) : attributes.lastWriteTime;
     attributes.size = info.stx_size;
     attributes.mode = info.stx_mode;
+    attributes.owner = info.stx_uid;
     attributes.isDirectory = S_ISDIR(info.stx_mode);
     attributes.isSymlink = S_ISLNK(info.stx_mode);
     attributes.device = makedev(info.stx_dev_major, info.stx_dev_minor);

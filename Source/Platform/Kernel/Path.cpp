@@ -6,7 +6,9 @@
 
 namespace
 {
-bool IsSeparator(char16_t c) { return c == u'/' || c == u'\\'; }
+// A backslash is an ordinary character of a Linux file name; only PathFromFile turns it
+// into a separator.
+bool IsSeparator(char16_t c) { return c == u'/'; }
 
 std::size_t LastSeparator(wstring_view path)
 {
@@ -146,7 +148,8 @@ bool PathIsPrefixW(wstring_view prefix, wstring_view path)
 {
     const std::vector<wstring_view> prefixParts = Parts(prefix);
     const std::vector<wstring_view> pathParts = Parts(path);
-    if (prefix.empty() || prefixParts.size() > pathParts.size() || IsSeparator(prefix[0]) != IsSeparator(path[0]))
+    if (prefix.empty() || path.empty() || prefixParts.size() > pathParts.size() ||
+        IsSeparator(prefix[0]) != IsSeparator(path[0]))
         return false;
     for (std::size_t i = 0; i < prefixParts.size(); ++i)
         if (prefixParts[i] != pathParts[i])
@@ -216,7 +219,7 @@ namespace qm
 bool IsWindowsAbsolutePath(wstring_view path) noexcept
 {
     const bool drive = path.size() >= 3 && ((path[0] >= u'a' && path[0] <= u'z') || (path[0] >= u'A' && path[0] <= u'Z')) &&
-                       path[1] == u':' && IsSeparator(path[2]);
+                       path[1] == u':' && (path[2] == u'\\' || path[2] == u'/');
     const bool share = path.size() >= 2 && path[0] == u'\\' && path[1] == u'\\';
     return drive || share;
 }
@@ -224,7 +227,9 @@ bool IsWindowsAbsolutePath(wstring_view path) noexcept
 wstring PathFromFile(wstring_view path)
 {
     wstring result(path);
-    if (!IsWindowsAbsolutePath(path))
+    // A path with a "/" was written in POSIX form (this system writes "./" or "../" before
+    // every relative path), so its backslashes belong to file names.
+    if (!IsWindowsAbsolutePath(path) && path.find(u'/') == wstring_view::npos)
         for (char16_t& c : result)
             if (c == u'\\')
                 c = u'/';

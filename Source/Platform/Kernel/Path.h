@@ -1,7 +1,7 @@
-// Path functions on POSIX paths with "/", of any length. "\" is read as a separator
-// too, since paths travel in files between systems; a Windows absolute path ("D:\...",
-// "\\server\...") counts as absolute and simply names no file here. Comparisons are
-// exact, character by character.
+// Path functions on POSIX paths with "/", of any length. "\" is an ordinary character
+// of a file name here; paths read from files go through qm::PathFromFile first. A
+// Windows absolute path ("D:\...", "\\server\...") counts as absolute and simply names
+// no file here. Comparisons are exact, character by character.
 #pragma once
 
 #include "qm/Platform/Types.h"
@@ -39,8 +39,8 @@ bool PathAddExtensionW(wstring& path, wstring_view extension);
 
 namespace qm
 {
-// A path read from a file: backslashes become slashes, except in a Windows absolute
-// path, which is kept as it stands.
+// A path read from a file: in a path written on Windows (no "/" in it) backslashes become
+// slashes; a Windows absolute path and a path in POSIX form are kept as they stand.
 wstring PathFromFile(wstring_view path);
 bool IsWindowsAbsolutePath(wstring_view path) noexcept;
 } // namespace qm

@@ -175,16 +175,18 @@ INT VariantTimeToSystemTime(DATE date, SYSTEMTIME* systemTime)
 {
     if (systemTime == nullptr || !std::isfinite(date) || date < -657434.0 || date >= 2958466.0)
         return FALSE;
-    double whole = std::trunc(date);
-    double fraction = std::fabs(date - whole);
-    // Rounded to the millisecond; a fraction that rounds to a whole day moves the date.
+    // The whole part counts days from the origin, either way; the fraction is the time of
+    // that day, also for a negative date (-1.25 is 1899-12-29 06:00).
+    const double whole = std::trunc(date);
+    const double fraction = std::fabs(date - whole);
+    auto days = static_cast<std::int64_t>(whole) + kDateOrigin;
+    // Rounded to the millisecond; a time that rounds to midnight is the next day's start.
     auto milliseconds = static_cast<std::int64_t>(std::llround(fraction * 86400000.0));
     if (milliseconds >= 86400000)
     {
         milliseconds -= 86400000;
-        whole += date >= 0 ? 1 : -1;
+        ++days;
     }
-    const auto days = static_cast<std::int64_t>(whole) + kDateOrigin;
     *systemTime = FromTicks(days * kTicksPerDay + milliseconds * 10000);
     return TRUE;
 }

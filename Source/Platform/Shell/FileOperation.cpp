@@ -23,12 +23,12 @@ HRESULT PathOf(IShellItem* item, wstring& path)
 
 // Runs a step on each sink and gives the first failure.
 template <class Step>
-HRESULT EachSink(const std::vector<IFileOperationProgressSink*>& sinks, Step step)
+HRESULT EachSink(const std::vector<ComPtr<IFileOperationProgressSink>>& sinks, Step step)
 {
     HRESULT result = S_OK;
-    for (IFileOperationProgressSink* sink : sinks)
+    for (const ComPtr<IFileOperationProgressSink>& sink : sinks)
     {
-        const HRESULT hr = step(sink);
+        const HRESULT hr = step(sink.Get());
         if (FAILED(hr) && SUCCEEDED(result))
             result = hr;
     }
@@ -100,17 +100,25 @@ HRESULT FileOperation::DeleteItems(IUnknown* items)
     return hr;
 }
 
-std::vector<IFileOperationProgressSink*> FileOperation::SinksOf(const Operation& operation) const
+FileOperation::Sinks FileOperation::AdvisedSinks() const
 {
-    std::vector<IFileOperationProgressSink*> sinks;
-    if (operation.sink)
-        sinks.push_back(operation.sink.Get());
+    Sinks sinks;
     for (const auto& [cookie, sink] : m_advised)
-        sinks.push_back(sink.Get());
+        sinks.push_back(sink);
     return sinks;
 }
 
-HRESULT FileOperation::Rename(const Operation& operation, const std::vector<IFileOperationProgressSink*>& sinks)
+FileOperation::Sinks FileOperation::SinksOf(const Operation& operation) const
+{
+    Sinks sinks;
+    if (operation.sink)
+        sinks.push_back(operation.sink);
+    for (const auto& [cookie, sink] : m_advised)
+        sinks.push_back(sink);
+    return sinks;
+}
+
+HRESULT FileOperation::Rename(const Operation& operation, const Sinks& sinks)
 {
     const DWORD flags = m_flags;
     IShellItem* item = operation.item.Get();
@@ -139,7 +147,7 @@ HRESULT FileOperation::Rename(const Operation& operation, const std::vector<IFil
     return hr;
 }
 
-HRESULT FileOperation::Delete(const Operation& operation, const std::vector<IFileOperationProgressSink*>& sinks)
+HRESULT FileOperation::Delete(const Operation& operation, const Sinks& sinks)
 {
     const DWORD flags = m_flags;
     IShellItem* item = operation.item.Get();
@@ -167,10 +175,11 @@ HRESULT FileOperation::Run(const Operation& operation)
 
 HRESULT FileOperation::PerformOperations()
 {
+    // A sink may release the last reference to this operation while it runs.
+    const ComPtr<IFileOperation> self(this);
     std::vector<Operation> operations;
     operations.swap(m_operations);
-    for (const auto& [cookie, sink] : m_advised)
-        sink->StartOperations();
+    EachSink(AdvisedSinks(), [](IFileOperationProgressSink* sink) { return sink->StartOperations(); });
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < operations.size(); ++i)
     {
@@ -185,8 +194,7 @@ HRESULT FileOperation::PerformOperations()
             break;
         }
     }
-    for (const auto& [cookie, sink] : m_advised)
-        sink->FinishOperations(result);
+    EachSink(AdvisedSinks(), [&](IFileOperationProgressSink* sink) { return sink->FinishOperations(result); });
     return result;
 }
 

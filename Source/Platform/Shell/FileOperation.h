@@ -45,11 +45,15 @@ private:
     FileOperation() = default;
     ~FileOperation() = default;
 
+    // A copy of the sinks, each with a reference of its own: a sink may unadvise itself,
+    // or be released, while it is being told.
+    using Sinks = std::vector<ComPtr<IFileOperationProgressSink>>;
+    Sinks AdvisedSinks() const;
     // The sinks told of an operation: its own, then the advised ones.
-    std::vector<IFileOperationProgressSink*> SinksOf(const Operation& operation) const;
+    Sinks SinksOf(const Operation& operation) const;
     HRESULT Run(const Operation& operation);
-    HRESULT Rename(const Operation& operation, const std::vector<IFileOperationProgressSink*>& sinks);
-    HRESULT Delete(const Operation& operation, const std::vector<IFileOperationProgressSink*>& sinks);
+    HRESULT Rename(const Operation& operation, const Sinks& sinks);
+    HRESULT Delete(const Operation& operation, const Sinks& sinks);
 
     DWORD m_flags = 0;
     std::vector<Operation> m_operations;

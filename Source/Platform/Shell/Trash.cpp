@@ -4,6 +4,7 @@
 #include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
 #include "Platform/Text/Format.h"
+#include "qm/Platform/Text/Utf8Conversion.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -37,12 +38,70 @@ wstring HomeTrash()
     return PathCombineW(data, u"Trash");
 }
 
+// Bytes of a file name on Linux file systems.
+constexpr std::size_t kNameMax = 255;
+constexpr wstring_view kInfoExtension = u".trashinfo";
+// Past this many names in use the trash counts as full.
+constexpr unsigned kMaxAttempts = 10000;
+
+HRESULT Refuse(DWORD error)
+{
+    SetLastError(error);
+    return HRESULT_FROM_WIN32(error);
+}
+
+bool IsNameTaken(HRESULT hr)
+{
+    return hr == HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) || hr == HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS);
+}
+
 // A shared $topdir/.Trash is used only if it is a real folder with the sticky bit.
 bool IsValidSharedTrash(wstring_view folder)
 {
     FileAttributes attributes;
     return SUCCEEDED(FileSystem().GetAttributes(folder, attributes, true)) && attributes.isDirectory &&
            !attributes.isSymlink && (attributes.mode & S_ISVTX) != 0;
+}
+
+// A trash of the user's own at the top of a mount: a real folder, not a link, owned by
+// the user; made with mode 0700 when missing, so that no one else reads what it holds.
+HRESULT OwnTrashFolder(const wstring& folder)
+{
+    IFileSystem& fileSystem = FileSystem();
+    HRESULT hr = fileSystem.Exists(folder);
+    if (FAILED(hr))
+        return hr;
+    const bool made = hr == S_FALSE;
+    if (made && FAILED(hr = fileSystem.CreateFolders(folder)))
+        return hr;
+    FileAttributes attributes;
+    if (FAILED(hr = fileSystem.GetAttributes(folder, attributes, true)))
+        return hr;
+    if (!attributes.isDirectory || attributes.isSymlink || attributes.owner != ::getuid())
+        return Refuse(ERROR_ACCESS_DENIED);
+    return made ? fileSystem.SetPermissions(folder, 0700) : S_OK;
+}
+
+std::size_t NativeSize(const wstring& name)
+{
+    std::string native;
+    return SUCCEEDED(ToUtf8(name, native)) ? native.size() : std::string::npos;
+}
+
+// The name of the attempt-th try: the file's own name, then "name.2", "name.3"...; a name
+// whose info file would be too long loses characters before its extension.
+wstring TrashName(wstring_view fileName, unsigned attempt)
+{
+    const wstring suffix = attempt == 1 ? wstring() : FormatW(u".%u", attempt);
+    wstring_view extension = PathFindExtensionW(fileName);
+    if (extension.size() > 16 || extension.size() == fileName.size())
+        extension = {};
+    wstring stem(fileName.substr(0, fileName.size() - extension.size()));
+    auto whole = [&] { return stem + wstring(extension) + suffix; };
+    // A cut through a surrogate pair is no text and does not fit either.
+    while (stem.size() > 1 && NativeSize(whole() + wstring(kInfoExtension)) > kNameMax)
+        stem.pop_back();
+    return whole();
 }
 
 HRESULT MakeTrashFolders(wstring_view trash)
@@ -78,11 +137,11 @@ std::string EscapePath(const std::string& path)
 }
 } // namespace
 
-HRESULT Trash::FolderFor(wstring_view path, wstring& trash)
+HRESULT Trash::FolderFor(wstring_view folder, wstring& trash)
 {
     IFileSystem& fileSystem = FileSystem();
     std::uint64_t fileDevice = 0, homeDevice = 0;
-    HRESULT hr = fileSystem.Device(path, fileDevice);
+    HRESULT hr = fileSystem.Device(folder, fileDevice);
     if (FAILED(hr))
         return hr;
     const wstring home = HomeTrash();
@@ -92,28 +151,24 @@ HRESULT Trash::FolderFor(wstring_view path, wstring& trash)
         return MakeTrashFolders(trash);
     }
     wstring top;
-    hr = fileSystem.MountTop(path, top);
+    hr = fileSystem.MountTop(folder, top);
     if (FAILED(hr))
         return hr;
     const wstring uid = FormatW(u"%u", static_cast<unsigned>(::getuid()));
     const wstring shared = PathCombineW(top, u".Trash");
-    trash = IsValidSharedTrash(shared) ? PathCombineW(shared, uid) : PathCombineW(top, u".Trash-" + uid);
+    trash = PathCombineW(shared, uid);
+    if (!IsValidSharedTrash(shared) || FAILED(OwnTrashFolder(trash)))
+    {
+        trash = PathCombineW(top, u".Trash-" + uid);
+        if (FAILED(hr = OwnTrashFolder(trash)))
+            return hr;
+    }
     return MakeTrashFolders(trash);
 }
 
-HRESULT Trash::Reserve(wstring_view trash, wstring_view fileName, wstring& name)
+HRESULT Trash::Reserve(wstring_view trash, wstring_view name)
 {
-    for (unsigned attempt = 1; attempt < 10000; ++attempt)
-    {
-        name = attempt == 1 ? wstring(fileName) : FormatW(u"%s.%u", wstring(fileName).c_str(), attempt);
-        HRESULT hr = FileSystem().CreateExclusive(PathCombineW(trash, u"info/" + name + u".trashinfo"));
-        if (SUCCEEDED(hr))
-            return hr;
-        if (hr != HRESULT_FROM_WIN32(ERROR_FILE_EXISTS))
-            return hr;
-    }
-    SetLastError(ERROR_FILE_EXISTS);
-    return HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
+    return FileSystem().CreateExclusive(PathCombineW(trash, u"info/" + wstring(name) + wstring(kInfoExtension)));
 }
 
 HRESULT Trash::WriteInfo(wstring_view infoPath, wstring_view originalPath)
@@ -144,28 +199,46 @@ HRESULT Trash::MoveToTrash(wstring_view path, wstring* trashedPath)
     if (path.empty() || PathIsRelativeW(path))
         return E_INVALIDARG;
     const wstring original = PathCombineW(u"", path);
-    wstring trash, name;
-    HRESULT hr = FolderFor(original, trash);
+    const wstring_view fileName = PathFindFileNameW(original);
+    if (fileName.empty())
+        return E_INVALIDARG;
+    // A symbolic link goes itself, on the device of the folder that holds it.
+    FileAttributes attributes;
+    HRESULT hr = FileSystem().GetAttributes(original, attributes, true);
     if (FAILED(hr))
         return hr;
-    hr = Reserve(trash, PathFindFileNameW(original), name);
+    wstring folder = original, trash;
+    PathRemoveFileSpecW(folder);
+    hr = FolderFor(folder, trash);
     if (FAILED(hr))
         return hr;
-    const wstring info = PathCombineW(trash, u"info/" + name + u".trashinfo");
-    const wstring target = PathCombineW(trash, u"files/" + name);
-    hr = WriteInfo(info, original);
-    if (SUCCEEDED(hr))
-        hr = FileSystem().Rename(original, target);
-    if (FAILED(hr))
+    for (unsigned attempt = 1; attempt < kMaxAttempts; ++attempt)
     {
-        // Nothing moved: the reservation goes, and the failure is the caller's.
+        const wstring name = TrashName(fileName, attempt);
+        hr = Reserve(trash, name);
+        if (IsNameTaken(hr))
+            continue;
+        if (FAILED(hr))
+            return hr;
+        const wstring info = PathCombineW(trash, u"info/" + name + wstring(kInfoExtension));
+        const wstring target = PathCombineW(trash, u"files/" + name);
+        hr = WriteInfo(info, original);
+        if (SUCCEEDED(hr))
+            hr = FileSystem().Rename(original, target);
+        if (SUCCEEDED(hr))
+        {
+            if (trashedPath)
+                *trashedPath = target;
+            return S_OK;
+        }
+        // Nothing moved: the reservation goes. A name that files/ holds without an info
+        // file (left by another tool) is skipped; any other failure is the caller's.
         const DWORD error = GetLastError();
         FileSystem().DeleteFile(info);
         SetLastError(error);
-        return hr;
+        if (!IsNameTaken(hr))
+            return hr;
     }
-    if (trashedPath)
-        *trashedPath = target;
-    return S_OK;
+    return Refuse(ERROR_FILE_EXISTS);
 }
 } // namespace qm

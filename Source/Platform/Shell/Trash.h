@@ -11,15 +11,15 @@ namespace qm
 class Trash
 {
 public:
-    // Moves the file (or folder) at the absolute path into its trash, with the
-    // .trashinfo that lets a desktop restore it; trashedPath tells where it went.
+    // Moves the file, folder or symbolic link at the absolute path into its trash, with
+    // the .trashinfo that lets a desktop restore it; trashedPath tells where it went.
     static HRESULT MoveToTrash(wstring_view path, wstring* trashedPath = nullptr);
 
 private:
-    // The trash folder for a file on that device, made if it must be.
-    static HRESULT FolderFor(wstring_view path, wstring& trash);
-    // Reserves a name in the trash by making its info file; the name is unique there.
-    static HRESULT Reserve(wstring_view trash, wstring_view fileName, wstring& name);
+    // The trash folder for files in that folder, made if it must be.
+    static HRESULT FolderFor(wstring_view folder, wstring& trash);
+    // Reserves a name in the trash by making its info file; ERROR_FILE_EXISTS when taken.
+    static HRESULT Reserve(wstring_view trash, wstring_view name);
     static HRESULT WriteInfo(wstring_view infoPath, wstring_view originalPath);
 };
 } // namespace qm

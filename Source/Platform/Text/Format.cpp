@@ -228,8 +228,13 @@ wstring VFormatW(const char16_t* format, va_list arguments)
             out.append(start, p);
             break;
         }
+        // The size of an unknown conversion's argument is unknown too, and every argument
+        // after it would be read at the wrong place: the format is refused.
         if (!Convert(out, spec, walk))
-            out.append(start, p + 1);
+        {
+            out.clear();
+            break;
+        }
     }
     va_end(walk);
     return out;

@@ -1,7 +1,7 @@
 // printf for 16-bit strings, the same on every machine: "%s" takes a 16-bit string,
 // the decimal point is always ".". Conversions: d i u x X c f s %, the lengths l, ll and
-// I64, the flags '-' and '0', a width (or '*') and a precision. An unknown conversion is
-// copied as it stands.
+// I64, the flags '-' and '0', a width (or '*') and a precision. A format with an unknown
+// conversion gives an empty string; a lone "%" at its end is copied as it stands.
 #pragma once
 
 #include "qm/Platform/Types.h"

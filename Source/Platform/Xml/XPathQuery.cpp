@@ -100,6 +100,9 @@ HRESULT XPathQuery::Compile(wstring_view expression)
             if (!IsValidName(step.name))
                 return E_INVALIDARG;
         }
+        // "." and ".." take no predicate in XPath 1.0: refused, never ignored.
+        if ((step.axis == Axis::Self || step.axis == Axis::Parent) && lexer.Peek(u"["))
+            return E_INVALIDARG;
         while (lexer.Take(u"["))
         {
             Predicate predicate;
@@ -139,7 +142,7 @@ HRESULT XPathQuery::Compile(wstring_view expression)
 bool XPathQuery::Matches(const Step& step, const XmlNodeCore& node) const
 {
     if (step.axis == Axis::Self || step.axis == Axis::Parent)
-        return step.predicates.empty() || node.Type() == NODE_ELEMENT;
+        return true;
     if (node.Type() != NODE_ELEMENT)
         return false;
     const auto& element = static_cast<const XmlElement&>(node);

@@ -100,14 +100,23 @@ bool IsValidName(wstring_view name) noexcept
     return ascii || ReaderAcceptsName(name);
 }
 
+namespace
+{
+// A reader turns a CR into a line feed, and comments and processing instructions have no
+// way to escape it: one stored there would not read back.
+bool HoldsCarriageReturn(wstring_view text) noexcept { return text.find(u'\r') != wstring_view::npos; }
+} // namespace
+
 bool IsValidComment(wstring_view text) noexcept
 {
-    return IsValidText(text) && text.find(u"--") == wstring_view::npos && (text.empty() || text.back() != u'-');
+    return IsValidText(text) && !HoldsCarriageReturn(text) && text.find(u"--") == wstring_view::npos &&
+           (text.empty() || text.back() != u'-');
 }
 
 bool IsValidProcessingInstruction(wstring_view target, wstring_view data) noexcept
 {
-    if (!IsValidName(target) || !IsValidText(data) || data.find(u"?>") != wstring_view::npos)
+    if (!IsValidName(target) || !IsValidText(data) || HoldsCarriageReturn(data) ||
+        data.find(u"?>") != wstring_view::npos)
         return false;
     if (target.size() == 3)
     {

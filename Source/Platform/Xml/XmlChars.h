@@ -15,8 +15,10 @@ inline bool IsXmlSpace(char c) noexcept { return c == ' ' || c == '\t' || c == '
 bool IsValidText(wstring_view text) noexcept;
 // An XML Name (element, attribute or processing-instruction target), prefixes allowed.
 bool IsValidName(wstring_view name) noexcept;
-// Comments may not hold "--" nor end with "-".
+// Comments may not hold "--" nor end with "-"; neither they nor processing instructions
+// may hold a CR, which they cannot escape.
 bool IsValidComment(wstring_view text) noexcept;
-// A processing instruction's data may not hold "?>"; its target is a name other than "xml".
+// A processing instruction's data may not hold "?>" nor a CR; its target is a name other
+// than "xml".
 bool IsValidProcessingInstruction(wstring_view target, wstring_view data) noexcept;
 } // namespace qm::xml

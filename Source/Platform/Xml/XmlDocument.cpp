@@ -30,6 +30,26 @@ HRESULT HandOut(Interface* node, Interface** result)
     return S_OK;
 }
 
+// The frame of every create operation: the out-parameter, the check of the input, and an
+// allocation that fails; make builds the node.
+template <class Interface, class Make>
+HRESULT CreateNode(Interface** result, bool valid, Make make)
+{
+    if (result == nullptr)
+        return E_POINTER;
+    *result = nullptr;
+    if (!valid)
+        return E_INVALIDARG;
+    try
+    {
+        return HandOut<Interface>(make(), result);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return E_OUTOFMEMORY;
+    }
+}
+
 HRESULT PutFlag(bool& flag, VARIANT_BOOL value)
 {
     flag = value != VARIANT_FALSE;
@@ -142,112 +162,42 @@ HRESULT XmlDocument::putref_documentElement(IXMLDOMElement* root)
 
 HRESULT XmlDocument::createElement(BSTR tagName, IXMLDOMElement** element)
 {
-    if (element == nullptr)
-        return E_POINTER;
-    *element = nullptr;
-    wstring_view name = qm::BstrView(tagName);
-    if (!IsValidName(name))
-        return E_INVALIDARG;
-    try
-    {
-        return HandOut<IXMLDOMElement>(XmlElement::Create(this, XmlString(name)), element);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    const wstring_view name = qm::BstrView(tagName);
+    return CreateNode(element, IsValidName(name), [&] { return XmlElement::Create(this, XmlString(name)); });
 }
 
 HRESULT XmlDocument::createTextNode(BSTR data, IXMLDOMText** text)
 {
-    if (text == nullptr)
-        return E_POINTER;
-    *text = nullptr;
-    wstring_view value = qm::BstrView(data);
-    if (!IsValidText(value))
-        return E_INVALIDARG;
-    try
-    {
-        return HandOut<IXMLDOMText>(XmlText::Create(this, NODE_TEXT, XmlString(value)), text);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    const wstring_view value = qm::BstrView(data);
+    return CreateNode(text, IsValidText(value), [&] { return XmlText::Create(this, NODE_TEXT, XmlString(value)); });
 }
 
 HRESULT XmlDocument::createComment(BSTR data, IXMLDOMComment** comment)
 {
-    if (comment == nullptr)
-        return E_POINTER;
-    *comment = nullptr;
-    wstring_view value = qm::BstrView(data);
-    if (!IsValidComment(value))
-        return E_INVALIDARG;
-    try
-    {
-        return HandOut<IXMLDOMComment>(XmlComment::Create(this, XmlString(value)), comment);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    const wstring_view value = qm::BstrView(data);
+    return CreateNode(comment, IsValidComment(value), [&] { return XmlComment::Create(this, XmlString(value)); });
 }
 
 HRESULT XmlDocument::createCDATASection(BSTR data, IXMLDOMCDATASection** cdata)
 {
-    if (cdata == nullptr)
-        return E_POINTER;
-    *cdata = nullptr;
-    wstring_view value = qm::BstrView(data);
-    if (!IsValidText(value))
-        return E_INVALIDARG;
-    try
-    {
-        return HandOut<IXMLDOMCDATASection>(XmlText::Create(this, NODE_CDATA_SECTION, XmlString(value)), cdata);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    const wstring_view value = qm::BstrView(data);
+    return CreateNode(cdata, IsValidText(value),
+                      [&] { return XmlText::Create(this, NODE_CDATA_SECTION, XmlString(value)); });
 }
 
 HRESULT XmlDocument::createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** pi)
 {
-    if (pi == nullptr)
-        return E_POINTER;
-    *pi = nullptr;
-    wstring_view name = qm::BstrView(target);
-    wstring_view value = qm::BstrView(data);
-    if (!IsValidProcessingInstruction(name, value))
-        return E_INVALIDARG;
-    try
-    {
-        return HandOut<IXMLDOMProcessingInstruction>(
-            XmlProcessingInstruction::Create(this, XmlString(name), XmlString(value)), pi);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    const wstring_view name = qm::BstrView(target);
+    const wstring_view value = qm::BstrView(data);
+    return CreateNode(pi, IsValidProcessingInstruction(name, value),
+                      [&] { return XmlProcessingInstruction::Create(this, XmlString(name), XmlString(value)); });
 }
 
 HRESULT XmlDocument::createAttribute(BSTR name, IXMLDOMAttribute** attribute)
 {
-    if (attribute == nullptr)
-        return E_POINTER;
-    *attribute = nullptr;
-    wstring_view text = qm::BstrView(name);
-    if (!IsValidName(text))
-        return E_INVALIDARG;
-    try
-    {
-        return HandOut<IXMLDOMAttribute>(XmlAttribute::Create(this, XmlString(text), XmlString()), attribute);
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
+    const wstring_view text = qm::BstrView(name);
+    return CreateNode(attribute, IsValidName(text),
+                      [&] { return XmlAttribute::Create(this, XmlString(text), XmlString()); });
 }
 
 HRESULT XmlDocument::createNode(VARIANT type, BSTR name, BSTR namespaceURI, IXMLDOMNode** node)

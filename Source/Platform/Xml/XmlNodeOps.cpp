@@ -271,10 +271,17 @@ HRESULT CloneNode(XmlNodeCore& node, VARIANT_BOOL deep, IXMLDOMNode** clone)
         {
             XmlDocument* document = static_cast<XmlDocument&>(node).CloneEmpty();
             copy = document;
-            if (deep != VARIANT_FALSE)
+            try
             {
-                for (XmlNodeCore* child = node.FirstChild(); child; child = child->NextSibling())
-                    document->InsertChild(child->Clone(true, document), nullptr);
+                if (deep != VARIANT_FALSE)
+                    for (XmlNodeCore* child = node.FirstChild(); child; child = child->NextSibling())
+                        document->InsertChild(child->Clone(true, document), nullptr);
+            }
+            catch (...)
+            {
+                // The half-built copy goes, with what it holds already.
+                DestroySubtree(document);
+                throw;
             }
         }
         else

@@ -257,3 +257,25 @@ TEST_F(FileSystemTest, LinksCopiesAndNamesThatAreNotText)
     std::sort(names.begin(), names.end());
     EXPECT_EQ((std::vector<std::u16string>{u"copy", u"dangling", u"plain.mp4", u"source"}), names);
 }
+
+TEST_F(FileSystemTest, BackslashBelongsToTheNameAndNulIsRefused)
+{
+    qm::IFileSystem& fileSystem = qm::FileSystem();
+    ASSERT_EQ(0, ::mkdir(Native("a").c_str(), 0755));
+    WriteFile(Native("a/b.mp4"), "other");
+    WriteFile(Native("a\\b.mp4"), "this");
+    ASSERT_EQ(S_OK, fileSystem.DeleteFile(Path("a\\b.mp4")));
+    EXPECT_EQ(S_FALSE, fileSystem.Exists(Path("a\\b.mp4")));
+    EXPECT_EQ("other", ReadFile(Native("a/b.mp4")));
+
+    // The system call would stop at the NUL and act on clip.mp4.
+    WriteFile(Native("clip.mp4"), "media");
+    const std::u16string withNul = Path("clip.mp4") + std::u16string(1, u'\0') + u".xml";
+    SetLastError(0);
+    EXPECT_EQ(E_INVALIDARG, fileSystem.DeleteFile(withNul));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_NAME), GetLastError());
+    EXPECT_EQ(E_INVALIDARG, fileSystem.Rename(withNul, Path("moved.mp4")));
+    EXPECT_EQ("media", ReadFile(Native("clip.mp4")));
+    std::string native;
+    EXPECT_EQ(E_INVALIDARG, qm::ToNativePath(withNul, native));
+}

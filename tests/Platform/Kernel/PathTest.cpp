@@ -23,7 +23,7 @@ TEST(Path, CombineFoldsDotsAndNeverClimbsAboveRoot)
     EXPECT_EQ(u"/a/b/c.mp4", PathCombineW(u"/a/b", u"./c.mp4"));
     EXPECT_EQ(u"/c.mp4", PathCombineW(u"/a", u"../../../c.mp4"));
     EXPECT_EQ(u"/x/y", PathCombineW(u"/a", u"/x/./z/../y"));
-    EXPECT_EQ(u"/a/sub/c.mp4", PathCombineW(u"/a", u"sub\\c.mp4"));
+    EXPECT_EQ(u"/a/sub\\c.mp4", PathCombineW(u"/a", u"sub\\c.mp4"));
     EXPECT_EQ(u"D:\\clips\\a.mp4", PathCombineW(u"/a", u"D:\\clips\\a.mp4"));
     EXPECT_EQ(u"../b", PathCombineW(u"a", u"../../b"));
     std::u16string path = u"/a";
@@ -45,7 +45,7 @@ TEST(Path, RemoveFileSpecAndNameParts)
     EXPECT_EQ(u"", path);
 
     EXPECT_EQ(u"c.tar.gz", PathFindFileNameW(u"/a/b/c.tar.gz"));
-    EXPECT_EQ(u"c.mp4", PathFindFileNameW(u"D:\\clips\\c.mp4"));
+    EXPECT_EQ(u"b\\c.mp4", PathFindFileNameW(u"/a/b\\c.mp4"));
     EXPECT_EQ(u".gz", PathFindExtensionW(u"/a/b/c.tar.gz"));
     EXPECT_EQ(u"", PathFindExtensionW(u"/a.dir/noext"));
     path = u"/a/clip.mp4";
@@ -83,6 +83,8 @@ TEST(Path, PrefixUrlAndSameRoot)
     EXPECT_TRUE(PathIsPrefixW(u"/a/b/", u"/a/b"));
     EXPECT_FALSE(PathIsPrefixW(u"/a/b", u"/a/bc"));
     EXPECT_FALSE(PathIsPrefixW(u"a", u"/a"));
+    EXPECT_FALSE(PathIsPrefixW(u"/", u""));
+    EXPECT_FALSE(PathIsPrefixW(u"/a\\b", u"/a/b/c"));
     EXPECT_TRUE(PathIsURLW(u"file:///a/b"));
     EXPECT_TRUE(PathIsURLW(u"https://example.org/x"));
     EXPECT_FALSE(PathIsURLW(u"D:\\x"));
@@ -95,4 +97,22 @@ TEST(Path, PrefixUrlAndSameRoot)
     fileSystem.SetDevice(u"/mnt/two", 1);
     EXPECT_TRUE(PathIsSameRootW(u"/mnt/one/a.mp4", u"/mnt/two/b.mp4"));
     EXPECT_FALSE(PathIsSameRootW(u"/mnt/one/a.mp4", u"/mnt/one/nested/b.mp4"));
+}
+
+TEST(Path, BackslashIsPartOfANameUnlessReadFromAFile)
+{
+    std::u16string path = u"/clips/a\\b.mp4";
+    EXPECT_EQ(u"a\\b.mp4", PathFindFileNameW(path));
+    EXPECT_TRUE(PathRemoveFileSpecW(path));
+    EXPECT_EQ(u"/clips", path);
+    EXPECT_TRUE(PathIsRelativeW(u"\\a.mp4"));
+    EXPECT_EQ(u"/clips/..\\a.mp4", PathCombineW(u"/clips", u"..\\a.mp4"));
+
+    // Written on Windows: backslashes separate; an absolute path stays as it stands.
+    EXPECT_EQ(u"../other/a.mp4", qm::PathFromFile(u"..\\other\\a.mp4"));
+    EXPECT_EQ(u"D:\\clips\\a.mp4", qm::PathFromFile(u"D:\\clips\\a.mp4"));
+    EXPECT_EQ(u"\\\\server\\share\\a.mp4", qm::PathFromFile(u"\\\\server\\share\\a.mp4"));
+    // Written here, in POSIX form: a backslash belongs to the file name.
+    EXPECT_EQ(u"./a\\b.mp4", qm::PathFromFile(u"./a\\b.mp4"));
+    EXPECT_EQ(u"/media/a\\b.mp4", qm::PathFromFile(u"/media/a\\b.mp4"));
 }

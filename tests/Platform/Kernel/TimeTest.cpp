@@ -78,6 +78,17 @@ TEST(Time, DatesAreCalendarArithmeticWithTheOldNegativeRule)
     EXPECT_EQ(2020, back.wYear);
     EXPECT_EQ(12, back.wHour);
     EXPECT_FALSE(VariantTimeToSystemTime(qm::kNoDate, &back));
+
+    // A time that rounds to midnight starts the next day, on either side of the origin.
+    auto day = [&](DATE value) {
+        EXPECT_TRUE(VariantTimeToSystemTime(value, &back));
+        return std::to_string(back.wYear) + "-" + std::to_string(back.wMonth) + "-" + std::to_string(back.wDay) +
+               " " + std::to_string(back.wHour) + ":" + std::to_string(back.wMilliseconds);
+    };
+    EXPECT_EQ("1899-12-30 0:0", day(-1.9999999999));
+    EXPECT_EQ("1899-12-29 0:0", day(-2.9999999999));
+    EXPECT_EQ("1899-12-31 0:0", day(0.9999999999));
+    EXPECT_EQ("1899-12-29 23:999", day(-1.99999999));
 }
 
 TEST(Time, LocalDatesInAFixedZone)

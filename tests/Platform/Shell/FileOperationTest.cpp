@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 using namespace qmtest;
 
@@ -39,6 +40,50 @@ protected:
     }
 
     TempDir m_folder;
+};
+
+// A sink that the operation alone holds, which unadvises itself in a chosen callback and
+// may release the operation's last reference there too; what it is told, and its end, go
+// to a trace that outlives it.
+class UnadvisingSink final : public RecordingSink
+{
+public:
+    UnadvisingSink(std::vector<std::u16string>& trace, bool inStart) : m_trace(trace), m_inStart(inStart) {}
+    ~UnadvisingSink() { m_trace.push_back(u"gone"); }
+
+    ULONG AddRef() override { return ++m_count; }
+    ULONG Release() override
+    {
+        const ULONG count = --m_count;
+        if (count == 0)
+            delete this;
+        return count;
+    }
+    HRESULT StartOperations() override { return Step(u"start", m_inStart); }
+    HRESULT PreDeleteItem(DWORD, IShellItem*) override { return Step(u"pre-delete", !m_inStart); }
+    HRESULT PostDeleteItem(DWORD, IShellItem*, HRESULT, IShellItem*) override { return Step(u"post-delete", false); }
+    HRESULT FinishOperations(HRESULT) override { return Step(u"finish", false); }
+
+    IFileOperation* operation = nullptr; // a reference of this sink's own, or null
+    DWORD cookie = 0;
+    IFileOperation* advisedTo = nullptr;
+
+private:
+    HRESULT Step(const char16_t* name, bool leave)
+    {
+        m_trace.push_back(name);
+        if (leave)
+        {
+            advisedTo->Unadvise(cookie);
+            if (operation)
+                std::exchange(operation, nullptr)->Release();
+        }
+        return S_OK;
+    }
+
+    std::vector<std::u16string>& m_trace;
+    bool m_inStart;
+    ULONG m_count = 1;
 };
 } // namespace
 
@@ -121,4 +166,25 @@ TEST_F(FileOperationTest, ASinkRefusesARenameBeforeItStarts)
     EXPECT_EQ(E_ACCESSDENIED, deletion->PerformOperations());
     EXPECT_EQ(u"post-delete clip.mp4 failed", sink.log.back());
     EXPECT_TRUE(Exists("clip.mp4"));
+}
+
+TEST_F(FileOperationTest, ASinkMayUnadviseItselfOrReleaseTheOperationWhileTold)
+{
+    std::vector<std::u16string> first, second;
+    auto* leavesInDelete = new UnadvisingSink(first, false);
+    auto* leavesInStart = new UnadvisingSink(second, true);
+    ComPtr<IFileOperation> operation = NewOperation(0);
+    for (UnadvisingSink* sink : {leavesInDelete, leavesInStart})
+    {
+        sink->advisedTo = operation.Get();
+        ASSERT_EQ(S_OK, operation->Advise(sink, &sink->cookie));
+        sink->Release();
+    }
+    ASSERT_EQ(S_OK, operation->DeleteItem(Item("clip.mp4").Get(), nullptr));
+    // The first sink holds the last reference to the operation and lets it go.
+    leavesInDelete->operation = operation.Detach();
+    ASSERT_EQ(S_OK, leavesInDelete->operation->PerformOperations());
+    EXPECT_FALSE(Exists("clip.mp4"));
+    EXPECT_EQ((std::vector<std::u16string>{u"start", u"pre-delete", u"post-delete", u"gone"}), first);
+    EXPECT_EQ((std::vector<std::u16string>{u"start", u"gone"}), second);
 }

@@ -19,7 +19,7 @@ inline std::u16string DisplayName(IShellItem* item, SIGDN form)
     return name;
 }
 
-class RecordingSink final : public IFileOperationProgressSink
+class RecordingSink : public IFileOperationProgressSink
 {
 public:
     HRESULT QueryInterface(REFIID riid, void** ppv) override

@@ -110,3 +110,115 @@ TEST_F(TrashTest, OtherDevicesUseTheTrashAtTheTopOfTheirMount)
     EXPECT_FALSE(fs::exists(m_folder.Path() / "media" / ".Trash" / uid / "info" / "c.mp4.trashinfo"));
     EXPECT_EQ(E_INVALIDARG, qm::Trash::MoveToTrash(u"relative.mp4"));
 }
+
+TEST_F(TrashTest, NamesAreTakenAsTheyStandAndKeptUnique)
+{
+    const fs::path trash = m_folder.Path() / "data" / "Trash";
+    // A backslash belongs to the name: a/b.mp4 is another file and stays.
+    fs::create_directories(m_folder.Path() / "media" / "a");
+    MediaFile("a/b.mp4", "other");
+    std::u16string trashed;
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile("a\\b.mp4", "this"), &trashed));
+    EXPECT_EQ("this", Read(trash / "files" / "a\\b.mp4"));
+    EXPECT_EQ("other", Read(m_folder.Path() / "media" / "a" / "b.mp4"));
+    // A NUL would end the name at clip.mp4.
+    const std::u16string clip = MediaFile("clip.mp4", "media");
+    EXPECT_EQ(E_INVALIDARG, qm::Trash::MoveToTrash(clip + std::u16string(1, u'\0') + u".xml"));
+    EXPECT_TRUE(fs::exists(m_folder.Path() / "media" / "clip.mp4"));
+
+    // A name that files/ holds without an info file does not block it: the next one is used.
+    std::ofstream(trash / "files" / "x.mp4") << "stray";
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile("x.mp4", "x"), &trashed));
+    EXPECT_EQ((trash / "files" / "x.mp4.2").u16string(), trashed);
+    EXPECT_EQ("stray", Read(trash / "files" / "x.mp4"));
+    EXPECT_FALSE(fs::exists(trash / "info" / "x.mp4.trashinfo"));
+    EXPECT_TRUE(fs::exists(trash / "info" / "x.mp4.2.trashinfo"));
+
+    // A name too long for its info file is shortened, keeps its extension and stays unique.
+    const std::string longName =
+        std::string(120, 'n') + std::string(60, 'e') + "\xC3\xA9" + std::string(60, 'e') + ".mp4";
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile(longName, "1"), &trashed));
+    std::u16string second;
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile(longName, "2"), &second));
+    EXPECT_NE(trashed, second);
+    for (const std::u16string& path : {trashed, second})
+    {
+        const fs::path file(path);
+        EXPECT_NE(std::string::npos, file.filename().string().find("e.mp4"));
+        EXPECT_LE(file.filename().string().size() + 10, 255u);
+        EXPECT_TRUE(fs::exists(trash / "info" / (file.filename().string() + ".trashinfo")));
+    }
+    EXPECT_EQ("1", Read(trashed));
+    EXPECT_EQ("2", Read(second));
+}
+
+TEST_F(TrashTest, SymbolicLinkGoesItselfByTheDeviceOfItsFolder)
+{
+    qm::FaultInjectingFileSystem faults(qm::LinuxFileSystem::Instance());
+    qm::ScopedFileSystem scope(faults);
+    // The link's target lies on another device (which a device asked through the link
+    // reports), whose trash is never asked for.
+    fs::create_directories(m_folder.Path() / "other");
+    std::ofstream(m_folder.Path() / "other" / "real.mp4") << "real";
+    faults.SetDevice(m_folder.U16("other"), 7);
+    faults.SetDevice(m_folder.U16("media/link.mp4"), 7);
+    faults.Fail(qm::FaultInjectingFileSystem::Operation::MountTop, EIO, -1);
+    fs::create_symlink(m_folder.Path() / "other" / "real.mp4", m_folder.Path() / "media" / "link.mp4");
+    fs::create_symlink(m_folder.Path() / "nowhere", m_folder.Path() / "media" / "dangling.mp4");
+
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(m_folder.U16("media/link.mp4")));
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(m_folder.U16("media/dangling.mp4")));
+    const fs::path files = m_folder.Path() / "data" / "Trash" / "files";
+    EXPECT_TRUE(fs::is_symlink(files / "link.mp4"));
+    EXPECT_TRUE(fs::is_symlink(files / "dangling.mp4"));
+    EXPECT_EQ("real", Read(m_folder.Path() / "other" / "real.mp4"));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), qm::Trash::MoveToTrash(m_folder.U16("media/gone.mp4")));
+}
+
+TEST_F(TrashTest, TrashAtTheTopOfAMountIsTheUsersOwn)
+{
+    qm::FaultInjectingFileSystem faults(qm::LinuxFileSystem::Instance());
+    qm::ScopedFileSystem scope(faults);
+    faults.SetDevice(m_folder.U16("media"), 7);
+    faults.SetMountTop(m_folder.U16("media"), m_folder.U16("media"));
+    const std::string uid = std::to_string(::getuid());
+    const fs::path media = m_folder.Path() / "media";
+    auto mode = [](const fs::path& path) {
+        struct stat info;
+        return ::lstat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0u;
+    };
+
+    // A shared .Trash that is a link is not used, even to a sticky folder; the private
+    // trash is made for the user alone.
+    fs::create_directory(m_folder.Path() / "sticky");
+    ::chmod((m_folder / "sticky").c_str(), 01777);
+    fs::create_directory_symlink(m_folder.Path() / "sticky", media / ".Trash");
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(MediaFile("a.mp4", "a")));
+    EXPECT_EQ("a", Read(media / (".Trash-" + uid) / "files" / "a.mp4"));
+    EXPECT_EQ(0700u, mode(media / (".Trash-" + uid)));
+    EXPECT_FALSE(fs::exists(m_folder.Path() / "sticky" / uid));
+
+    // A private trash that is a link is refused, and the file stays.
+    fs::remove_all(media / (".Trash-" + uid));
+    fs::create_directory(m_folder.Path() / "elsewhere");
+    fs::create_directory_symlink(m_folder.Path() / "elsewhere", media / (".Trash-" + uid));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), qm::Trash::MoveToTrash(MediaFile("b.mp4", "b")));
+    EXPECT_TRUE(fs::exists(media / "b.mp4"));
+    EXPECT_TRUE(fs::is_empty(m_folder.Path() / "elsewhere"));
+
+    if (::getuid() != 0)
+        return;
+    // Folders of another user: the shared trash's user folder is passed over, the private
+    // one refused.
+    fs::remove(media / ".Trash");
+    fs::remove(media / (".Trash-" + uid));
+    fs::create_directories(media / ".Trash" / uid);
+    ::chmod((m_folder / "media/.Trash").c_str(), 01777);
+    ASSERT_EQ(0, ::chown((m_folder / ("media/.Trash/" + uid)).c_str(), 4242, 4242));
+    ASSERT_EQ(S_OK, qm::Trash::MoveToTrash(media.u16string() + u"/b.mp4"));
+    EXPECT_EQ("b", Read(media / (".Trash-" + uid) / "files" / "b.mp4"));
+    EXPECT_TRUE(fs::is_empty(media / ".Trash" / uid));
+    ASSERT_EQ(0, ::chown((m_folder / ("media/.Trash-" + uid)).c_str(), 4242, 4242));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED), qm::Trash::MoveToTrash(MediaFile("c.mp4", "c")));
+    EXPECT_TRUE(fs::exists(media / "c.mp4"));
+}

@@ -17,6 +17,9 @@ TEST(Format, ConversionsTheSystemUses)
     EXPECT_EQ(u"7 -0007", qm::FormatW(u"%1d %05d", 7, -7));
     EXPECT_EQ(u"3.141593 2.50", qm::FormatW(u"%f %.2f", 3.1415926, 2.5));
     EXPECT_EQ(u"100% (null) [ab   ] [   ab] x", qm::FormatW(u"%d%% %s [%-5s] [%5s] %c", 100, nullptr, u"ab", u"ab", u'x'));
-    // An unknown conversion stays as it stands; a lone % at the end too.
-    EXPECT_EQ(u"%q and %", qm::FormatW(u"%q and %"));
+    // A lone % at the end stays; an unknown conversion refuses the format rather than
+    // reading the arguments after it at the wrong place.
+    EXPECT_EQ(u"50 %", qm::FormatW(u"%d %", 50));
+    EXPECT_EQ(u"", qm::FormatW(u"%q then %s", 1, u"text"));
+    EXPECT_EQ(u"", qm::FormatW(u"%d %p", 1, nullptr));
 }

@@ -4,10 +4,35 @@
 
 #include "Platform/Xml/XmlTestSupport.h"
 
+#include <cstdlib>
+#include <new>
 #include <thread>
 
 using namespace qmtest;
 using qm::xml::XmlNodeCore;
+
+namespace
+{
+// Allocations this thread may still make before memory runs out; -1: no limit.
+thread_local long t_allocationsLeft = -1;
+} // namespace
+
+// The program's allocator, so that a test can make memory run out at every step in turn.
+void* operator new(std::size_t size)
+{
+    if (t_allocationsLeft == 0)
+        throw std::bad_alloc();
+    if (t_allocationsLeft > 0)
+        --t_allocationsLeft;
+    if (void* memory = std::malloc(size == 0 ? 1 : size))
+        return memory;
+    throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) { return ::operator new(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace
 {
@@ -158,6 +183,28 @@ TEST_F(NodeLifetime, CloneIsParentlessWithTheSameOwner)
     EXPECT_GT(Alive(), 0);
     copy.Reset();
     EXPECT_EQ(0, Alive());
+}
+
+TEST_F(NodeLifetime, CloneThatRunsOutOfMemoryFreesWhatItMade)
+{
+    auto document = LoadXml(u"<root a='1'><x><y>text</y><!--c--></x><z b='2'/></root>");
+    auto root = Select(document.Get(), u"root");
+    const long alive = Alive();
+    for (IXMLDOMNode* source : {static_cast<IXMLDOMNode*>(document.Get()), root.Get()})
+    {
+        HRESULT hr = E_OUTOFMEMORY;
+        for (long allowed = 0; hr == E_OUTOFMEMORY; ++allowed)
+        {
+            ComPtr<IXMLDOMNode> copy;
+            t_allocationsLeft = allowed;
+            hr = source->cloneNode(VARIANT_TRUE, copy.GetAddressOf());
+            t_allocationsLeft = -1;
+            if (hr == E_OUTOFMEMORY)
+                EXPECT_EQ(alive, Alive()) << "after " << allowed << " allocations";
+        }
+        EXPECT_EQ(S_OK, hr);
+    }
+    EXPECT_EQ(alive, Alive());
 }
 
 TEST_F(NodeLifetime, AttributeNodesLiveWithTheirElement)

@@ -88,6 +88,14 @@ TEST(XmlWriter, CharactersXmlCannotCarryAreRefusedWhereStored)
     ComPtr<IXMLDOMProcessingInstruction> pi;
     EXPECT_EQ(E_INVALIDARG, document->createProcessingInstruction(CComBSTR(u"xml"), CComBSTR(u""), pi.GetAddressOf()));
     EXPECT_EQ(E_INVALIDARG, document->createProcessingInstruction(CComBSTR(u"t"), CComBSTR(u"?>"), pi.GetAddressOf()));
+    // A CR would read back as a line feed, and neither can escape it.
+    EXPECT_EQ(E_INVALIDARG, document->createComment(CComBSTR(u"a\rb"), comment.GetAddressOf()));
+    EXPECT_EQ(E_INVALIDARG,
+              document->createProcessingInstruction(CComBSTR(u"t"), CComBSTR(u"a\r\nb"), pi.GetAddressOf()));
+    ASSERT_EQ(S_OK, document->createComment(CComBSTR(u"a\nb"), comment.GetAddressOf()));
+    ASSERT_EQ(S_OK, document->createProcessingInstruction(CComBSTR(u"t"), CComBSTR(u"a\nb"), pi.GetAddressOf()));
+    EXPECT_EQ(E_INVALIDARG, comment->put_text(CComBSTR(u"a\r\nb")));
+    EXPECT_EQ(E_INVALIDARG, pi->put_text(CComBSTR(u"\r")));
     EXPECT_EQ(u"<r/>", XmlOf(document.Get()));
 }
 
