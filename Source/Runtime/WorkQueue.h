@@ -2,11 +2,11 @@
 // starts on the first Post; a stop drops the items that wait without running them.
 #pragma once
 
-#include "Runtime/CriticalSection.h"
 #include "Runtime/Thread.h"
 
 #include "qm/Platform/Com/ComPtr.h"
 #include "qm/Runtime/Async.h"
+#include "qm/Runtime/CriticalSection.h"
 
 #include <deque>
 

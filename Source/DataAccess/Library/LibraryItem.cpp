@@ -262,6 +262,7 @@ HRESULT CLibraryItem::RefreshFileInfo()
     qm::FileAttributes sidecar;
     const bool hasSidecar = SUCCEEDED(fileSystem.GetAttributes(get_SidecarPath(), sidecar, false));
     m_sidecarWriteTime = hasSidecar ? sidecar.lastWriteTime : media.lastWriteTime;
+    m_sidecarStamp = hasSidecar ? sidecar.stamp : qm::FileStamp{};
     m_mediaCreationTime = media.creationTime;
     m_mediaWriteTime = media.lastWriteTime;
     m_mediaSize = media.size;
@@ -299,6 +300,13 @@ HRESULT CLibraryItem::put_IsReadOnly(bool value)
 HRESULT CLibraryItem::ResetMetadata()
 {
     const wstring mediaPath = get_MediaPath();
+    // A notebook's file is its sidecar, and holds its tracks besides: deleting it would
+    // delete the notebook.
+    if (m_itemType == ItemKindNotebook)
+    {
+        QMLog(2, u"Cannot reset the metadata of notebook '%s': the file is the notebook itself", mediaPath.c_str());
+        return HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
+    }
     if (!PathFileExistsW(mediaPath))
         return E_FAIL;
     const wstring sidecar = get_SidecarPath();
@@ -472,6 +480,7 @@ HRESULT CLibraryItem::put_Duration(REFERENCE_TIME value)
 {
     QMCheckHRESULT(LoadForWrite());
     m_duration = value;
+    m_durationFromFile = false;
     return S_OK;
 }
 

@@ -16,7 +16,6 @@
 #include "qm/Platform/Kernel/Time.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Quillmar::Library::Native
 {
@@ -24,10 +23,17 @@ namespace
 {
 constexpr HRESULT kFileNotFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
 
-// Sidecar write times are compared as dates to the second, as the file times of other
-// programs' writers are.
-bool SameSecond(DATE a, DATE b) { return std::llround(a * 86400.0) == std::llround(b * 86400.0); }
-
+// The element of the clip a node stands for: the node itself, or for a marker its clip's.
+// Its FILE_NAME is the one the clip writes into its own node from the path it was opened
+// with; a marker holds none.
+ComPtr<IXMLDOMNode> ClipElementOf(IXMLDOMNode* node)
+{
+    ComPtr<IXMLDOMNode> element(node);
+    ComPtr<IXMLDOMNode> parent;
+    if (!CLibraryItem::IsRootNode(node) && node->get_parentNode(parent.GetAddressOf()) == S_OK && parent)
+        element = parent;
+    return element;
+}
 } // namespace
 
 // The cache
@@ -114,14 +120,13 @@ HRESULT CLibraryItemFactory::RefreshCachedItem(const wstring& path, bool load, I
     qm::FileAttributes sidecar;
     if (FAILED(qm::FileSystem().GetAttributes(SidecarPathOf(path), sidecar, false)))
         return S_OK;
-    const DATE fileTime = qm::FileTimeToDate(sidecar.lastWriteTime);
-    DATE itemTime = qm::kNoDate;
-    item->get_SidecarWriteTime(&itemTime);
-    const bool changed = !SameSecond(fileTime, itemTime);
-    if (!changed && !load)
-        return S_OK;
     const ComPtr<CLibraryItem> libraryItemPrivate = CLibraryItem::From(item);
     QMCheckCondition(libraryItemPrivate, E_NOINTERFACE);
+    // The whole stamp: a change within the second of the last read, or one that kept the
+    // time, is another program's as much as any.
+    const bool changed = sidecar.stamp != libraryItemPrivate->get_SidecarStamp();
+    if (!changed && !load)
+        return S_OK;
     if (changed)
     {
         if (load)
@@ -164,9 +169,8 @@ HRESULT CLibraryItemFactory::GetLibraryItemFromNode(IXMLDOMNode* node, ILibraryI
     QMCheckCondition(node != nullptr, E_INVALIDARG);
     QMCheckCondition(pp != nullptr, E_POINTER);
     *pp = nullptr;
-    // The node names its media path in FILE_NAME.
     wstring path;
-    QMCheckHRESULT(ReadElementText(node, u"FILE_NAME", path));
+    QMCheckHRESULT(ReadElementText(ClipElementOf(node).Get(), u"FILE_NAME", path));
     if (!PathFileExistsW(path))
         return kFileNotFound;
     return GetLibraryItemEx(path.c_str(), true, pp);

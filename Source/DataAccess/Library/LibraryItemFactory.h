@@ -5,7 +5,7 @@
 #pragma once
 
 #include "DataAccess/Library/CultureInfoAware.h"
-#include "Runtime/CriticalSection.h"
+#include "qm/Runtime/CriticalSection.h"
 #include "qm/Library/CLibraryItem.h"
 #include "qm/Library/LibraryItemFactory.h"
 

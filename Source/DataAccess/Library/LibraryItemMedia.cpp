@@ -23,7 +23,7 @@ HRESULT CLibraryItem::RemoveFromSourceCache(bool)
 
 HRESULT CLibraryItem::put_CachedSourceInfo(ICachedSourceInfo* info)
 {
-    std::lock_guard lock(m_lock);
+    Standard::ScopedLock lock(m_lock);
     m_cachedSourceInfo = info;
     m_cachedSourceResult = S_OK;
     return S_OK;
@@ -33,7 +33,7 @@ HRESULT CLibraryItem::get_CachedSourceInfo(ICachedSourceInfo** ppVal)
 {
     QMCheckCondition(ppVal != 0, E_POINTER);
     *ppVal = nullptr;
-    std::lock_guard lock(m_lock);
+    Standard::ScopedLock lock(m_lock);
     if (m_cachedSourceInfo)
     {
         *ppVal = ComPtr<ICachedSourceInfo>(m_cachedSourceInfo).Detach();
@@ -69,7 +69,7 @@ bool CLibraryItem::HasSourceInfo()
 {
     if (m_itemType == ItemKindVideo && g_sourceCache)
     {
-        std::lock_guard lock(m_lock);
+        Standard::ScopedLock lock(m_lock);
         if (m_cachedSourceInfo)
             return true;
     }

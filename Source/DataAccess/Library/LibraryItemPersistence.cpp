@@ -183,39 +183,62 @@ HRESULT CLibraryItem::ReadFromNode()
 {
     QMCheckCondition(m_node != 0, E_UNEXPECTED);
     QMCheckHRESULT(MDExtensionFactory::LoadExtensions(this, m_node.Get(), m_extensions));
+    // Everything cached from an earlier node is read again: a value that another program
+    // took out of the file must not come back from memory and be written again.
+    m_synchMarkerState = 0;
     get_IsSynchMarker();
-    wstring path;
-    QMCheckHRESULT(ReadElementText(m_node.Get(), u"FILE_NAME", path));
-    if (!path.empty())
-    {
-        // A new path refreshes the file facts itself.
-        const HRESULT pathSet = put_MediaPath(path, false);
-        QMCheckHRESULT(pathSet);
-        if (pathSet == S_FALSE)
-            QMCheckHRESULT(RefreshFileInfo());
-    }
+    QMCheckHRESULT(WriteFileNameElement());
+    if (m_isRootNode && m_isAttachedToFile && !m_path.empty())
+        QMCheckHRESULT(RefreshFileInfo());
     QMCheckHRESULT(ReadKeywords());
-    if (m_thumbnailTime == -1)
-    {
-        REFERENCE_TIME thumbnail = 0;
-        const HRESULT hr = get_ThumbnailTime(&thumbnail);
-        QMCheckHRESULT(hr);
-        if (hr == S_OK)
-            m_thumbnailTime = thumbnail;
-    }
-    if (m_id.empty())
-        m_id = get_ID();
+    m_thumbnailTime = -1;
+    REFERENCE_TIME thumbnail = 0;
+    const HRESULT thumbnailRead = get_ThumbnailTime(&thumbnail);
+    QMCheckHRESULT(thumbnailRead);
+    if (thumbnailRead == S_OK)
+        m_thumbnailTime = thumbnail;
+    m_id.clear();
+    m_id = get_ID();
     QMCheckHRESULT(ReadCuePoints());
+    QMCheckHRESULT(ReadDuration());
+    ReadAttributes();
+    return S_OK;
+}
+
+// A duration that a file gave goes with the file; one that the host gave stays.
+HRESULT CLibraryItem::ReadDuration()
+{
+    if (m_durationFromFile)
+        m_duration = kTimeNotSet;
+    m_durationFromFile = false;
     wstring duration;
     QMCheckHRESULT(ReadElementText(m_node.Get(), u"DURATION", duration));
-    if (!duration.empty())
-        ScanInt64Text(duration, m_duration);
-    ReadAttributes();
+    if (!duration.empty() && ScanInt64Text(duration, m_duration))
+        m_durationFromFile = true;
+    return S_OK;
+}
+
+// A clip's path is the one it was opened with. A FILE_NAME that came with the node, from a
+// file or from another clip, names nothing for this item: a root's own FILE_NAME takes
+// the item's path, and a marker, whose path is its clip's, keeps none.
+HRESULT CLibraryItem::WriteFileNameElement()
+{
+    NodeList names;
+    QMCheckHRESULT(SelectNodes(m_node.Get(), u"FILE_NAME", names));
+    const bool keepOne = m_isRootNode && !names.empty();
+    for (size_t i = keepOne ? 1 : 0; i < names.size(); ++i)
+        QMCheckHRESULT(m_node->removeChild(names[i].Get(), nullptr));
+    if (keepOne)
+        QMCheckHRESULT(SetNodeText(names.front().Get(), m_path));
+    else if (m_isRootNode && !m_path.empty())
+        QMCheckHRESULT(AppendTextElement(m_node.Get(), u"FILE_NAME", m_path));
     return S_OK;
 }
 
 HRESULT CLibraryItem::ReadAttributes()
 {
+    m_firstFrameAbsoluteTime = 0;
+    m_synchronizationHandicap = 0;
     ComPtr<IXMLDOMElement> element;
     QMCheckHRESULT(NodeElement(element));
     std::optional<wstring> firstFrame;

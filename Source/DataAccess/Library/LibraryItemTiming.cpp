@@ -15,17 +15,19 @@ constexpr REFERENCE_TIME kUnitsPerMillisecond = 10000;
 
 bool IsCueSet(REFERENCE_TIME value) { return value != kTimeNotSet; }
 
-// A cue read from an attribute: reference time, or 32-bit milliseconds in old files.
-void ReadCue(IXMLDOMElement* element, wstring_view name, bool referenceTime, REFERENCE_TIME& cue)
+// A cue read from an attribute: reference time, or 32-bit milliseconds in old files. A
+// failed read is returned; a text that is no number leaves the cue unset.
+HRESULT ReadCue(IXMLDOMElement* element, wstring_view name, bool referenceTime, REFERENCE_TIME& cue)
 {
-    if (referenceTime)
-    {
-        ReadInt64Attribute(element, name, cue);
-        return;
-    }
-    std::int32_t milliseconds = 0;
-    if (ReadInt32Attribute(element, name, milliseconds) == S_OK)
-        cue = static_cast<REFERENCE_TIME>(milliseconds) * kUnitsPerMillisecond;
+    CComVariant text;
+    const HRESULT hr = element->getAttribute(CComBSTR(name), &text);
+    if (FAILED(hr) || text.vt != VT_BSTR)
+        return hr;
+    CComVariant number;
+    if (FAILED(VariantChangeType(&number, &text, 0, referenceTime ? VT_I8 : VT_I4)))
+        return S_OK;
+    cue = referenceTime ? number.llVal : static_cast<REFERENCE_TIME>(number.lVal) * kUnitsPerMillisecond;
+    return S_OK;
 }
 
 REFERENCE_TIME Divide(REFERENCE_TIME value, double factor)
@@ -59,8 +61,8 @@ HRESULT CLibraryItem::ReadCuePoints()
     std::optional<wstring> unit;
     QMCheckHRESULT(GetAttributeText(element.Get(), u"UNIT", unit));
     const bool referenceTime = unit && unit->starts_with(u"RefTime");
-    ReadCue(element.Get(), u"IN", referenceTime, m_cueIn);
-    ReadCue(element.Get(), u"OUT", referenceTime, m_cueOut);
+    QMCheckHRESULT(ReadCue(element.Get(), u"IN", referenceTime, m_cueIn));
+    QMCheckHRESULT(ReadCue(element.Get(), u"OUT", referenceTime, m_cueOut));
     return S_OK;
 }
 

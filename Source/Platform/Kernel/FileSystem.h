@@ -30,6 +30,7 @@ struct FileAttributes
     // The owner's write bit is clear, or this process may not write the file.
     bool readOnly = false;
     std::uint64_t device = 0;
+    FileStamp stamp;
 };
 
 struct FolderEntry

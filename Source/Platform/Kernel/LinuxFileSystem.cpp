@@ -115,6 +115,7 @@ HRESULT LinuxFileSystem::GetAttributes(wstring_view path, FileAttributes& attrib
     attributes.lastWriteTime = ToFileTime(info.stx_mtime);
     attributes.creationTime = (info.stx_mask & STATX_BTIME) ? ToFileTime(info.stx_btime) : attributes.lastWriteTime;
     attributes.size = info.stx_size;
+    attributes.stamp = FileStamp{info.stx_mtime.tv_sec, info.stx_mtime.tv_nsec, info.stx_size, info.stx_ino};
     attributes.mode = info.stx_mode;
     attributes.owner = info.stx_uid;
     attributes.isDirectory = S_ISDIR(info.stx_mode);

@@ -8,9 +8,9 @@
 #include "qm/Library/LibraryItem.h"
 #include "qm/Library/MetadataExtensions.h"
 #include "qm/Platform/Com/ObjectRoot.h"
+#include "qm/Runtime/CriticalSection.h"
 
 #include <map>
-#include <mutex>
 
 namespace Quillmar::Library::Native
 {
@@ -196,6 +196,8 @@ public:
     bool IsDirty();
     HRESULT ReadFromNode();
     HRESULT RefreshFileInfo();
+    // The sidecar as the last refresh found it; a zero stamp when there was none.
+    const qm::FileStamp& get_SidecarStamp() const noexcept { return m_sidecarStamp; }
     HRESULT SetId(const wstring& id);
     HRESULT EnsureMarkersLoaded();
     bool IsRootNode() const noexcept { return m_isRootNode; }
@@ -215,6 +217,8 @@ private:
     HRESULT ConvertLegacy(IXMLDOMNode* node, const wstring& version);
     HRESULT SaveDocument(IXMLDOMDocument* document, const wstring& sidecarPath);
     HRESULT SaveSafely(IXMLDOMDocument* document, const wstring& sidecarPath);
+    HRESULT WriteFileNameElement();
+    HRESULT ReadDuration();
     HRESULT ReadAttributes();
     HRESULT WriteAttributes();
     HRESULT SaveExtensions();
@@ -252,6 +256,7 @@ private:
     REFERENCE_TIME m_thumbnailTime = -1;
     wstring m_id;
     FILETIME m_sidecarWriteTime{};
+    qm::FileStamp m_sidecarStamp;
     FILETIME m_mediaWriteTime{};
     FILETIME m_mediaCreationTime{};
     std::uint64_t m_firstFrameAbsoluteTime = 0;
@@ -273,7 +278,10 @@ private:
     std::map<std::int32_t, std::vector<ComPtr<ILibraryItem>>> m_markerCollections;
     bool m_markersLoaded = false;
     REFERENCE_TIME m_synchronizationHandicap = 0;
-    std::mutex m_lock;
+    // m_duration came from DURATION of the node, not from the host.
+    bool m_durationFromFile = false;
+    // Re-entered on one thread: the media engine calls back into the clip while it holds it.
+    Standard::CriticalSection m_lock;
     bool m_isTransient = false;
     std::optional<std::int64_t> m_audioAnnotationDuration;
     MVVM::PropertyEvent<const PROPERTYKEY&> m_propertyChanged;

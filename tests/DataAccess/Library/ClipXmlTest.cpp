@@ -190,6 +190,17 @@ TEST_F(ClipXmlTest, ResetMetadataDeletesTheSidecarAndStartsOver)
     EXPECT_FALSE(std::filesystem::exists(Sidecar("z.mp4")));
     EXPECT_EQ(item->get_Color(), u"");
     EXPECT_EQ(item->get_MediaPath(), m_dir.U16("z.mp4"));
+
+    // A notebook's file is its own sidecar: the reset is refused and the notebook stays.
+    const auto notebook = Get(Media("z.notebook"));
+    ASSERT_EQ(notebook->put_Color(u"Color5"), S_OK);
+    ASSERT_EQ(notebook->Save(), S_OK);
+    const std::string saved = ReadFile(m_dir / "z.notebook");
+    LogCapture log;
+    EXPECT_EQ(notebook->ResetMetadata(), HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED));
+    EXPECT_EQ(log.Count(2, "Cannot reset the metadata of notebook '" + (m_dir / "z.notebook") + "'"), 1);
+    EXPECT_EQ(ReadFile(m_dir / "z.notebook"), saved);
+    EXPECT_EQ(notebook->get_Color(), u"Color5");
 }
 
 TEST_F(ClipXmlTest, CommitWritesTheSourceOverridesAtOnceAndTellsListeners)

@@ -4,6 +4,9 @@
 #include "Platform/Shell/Trash.h"
 #include "qm/LibrarySettings.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <thread>
 
@@ -314,4 +317,43 @@ TEST_F(FactoryTest, SmallObjectsAndValuesOfTheFactory)
     EXPECT_EQ(m_factory->CreateRepository(repository.GetAddressOf()), E_NOTIMPL);
     EXPECT_EQ(m_factory->StopIndexing(), S_OK);
     EXPECT_EQ(m_factory->ReleaseIndexes(), S_OK);
+}
+
+TEST_F(FactoryTest, AChangeWithinTheSecondOfTheLastReadIsSeen)
+{
+    const auto item = Clip("ns.mp4");
+    ASSERT_EQ(item->AddKeyword({u"Team", u"Home"}), S_OK);
+    ASSERT_EQ(item->Save(), S_OK);
+    struct stat saved{};
+    ASSERT_EQ(::stat(Sidecar("ns.mp4").c_str(), &saved), 0);
+
+    // Same size, same file, and a time one nanosecond away: only the full time tells.
+    std::string text = ReadFile(Sidecar("ns.mp4"));
+    text.replace(text.find("Home"), 4, "Away");
+    WriteFile(Sidecar("ns.mp4"), text);
+    timespec times[2] = {saved.st_atim, saved.st_mtim};
+    times[1].tv_nsec += times[1].tv_nsec < 999999999 ? 1 : -1;
+    ASSERT_EQ(::utimensat(AT_FDCWD, Sidecar("ns.mp4").c_str(), times, 0), 0);
+
+    EXPECT_EQ(Get(m_dir.U16("ns.mp4")).Get(), item.Get());
+    EXPECT_EQ(item->GetValuesAsString(u"Team"), u"Away");
+    ASSERT_EQ(item->put_Color(u"Color1"), S_OK);
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_NE(ReadFile(Sidecar("ns.mp4")).find("Away"), std::string::npos);
+}
+
+TEST_F(FactoryTest, AMarkersNodeAnswersForItsClip)
+{
+    const auto item = Clip("clip.mp4");
+    ComPtr<ILibraryItemMarker> marker;
+    ASSERT_EQ(Marker(item.Get())->CreateMarker(0, marker.GetAddressOf()), S_OK);
+    ComPtr<IXMLDOMNode> markerNode, clipNode;
+    ASSERT_EQ(Quillmar::Library::Native::CLibraryItem::From(marker.Get())->get_NodePrivate(markerNode.GetAddressOf()), S_OK);
+    ASSERT_EQ(Quillmar::Library::Native::CLibraryItem::From(item.Get())->get_NodePrivate(clipNode.GetAddressOf()), S_OK);
+    for (IXMLDOMNode* node : {markerNode.Get(), clipNode.Get()})
+    {
+        ComPtr<ILibraryItem> found;
+        EXPECT_EQ(m_factory->GetLibraryItemFromNode(node, found.GetAddressOf()), S_OK);
+        EXPECT_EQ(found.Get(), item.Get());
+    }
 }
