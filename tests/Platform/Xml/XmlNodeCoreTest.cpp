@@ -3,36 +3,12 @@
 #include "Platform/Xml/XmlNodeCore.h"
 
 #include "Platform/Xml/XmlTestSupport.h"
+#include "Platform/Xml/FailingAllocator.h"
 
-#include <cstdlib>
-#include <new>
 #include <thread>
 
 using namespace qmtest;
 using qm::xml::XmlNodeCore;
-
-namespace
-{
-// Allocations this thread may still make before memory runs out; -1: no limit.
-thread_local long t_allocationsLeft = -1;
-} // namespace
-
-// The program's allocator, so that a test can make memory run out at every step in turn.
-void* operator new(std::size_t size)
-{
-    if (t_allocationsLeft == 0)
-        throw std::bad_alloc();
-    if (t_allocationsLeft > 0)
-        --t_allocationsLeft;
-    if (void* memory = std::malloc(size == 0 ? 1 : size))
-        return memory;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return ::operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace
 {
@@ -196,9 +172,9 @@ TEST_F(NodeLifetime, CloneThatRunsOutOfMemoryFreesWhatItMade)
         for (long allowed = 0; hr == E_OUTOFMEMORY; ++allowed)
         {
             ComPtr<IXMLDOMNode> copy;
-            t_allocationsLeft = allowed;
+            qmtest::FailingAllocator::AllowOnThisThread(allowed);
             hr = source->cloneNode(VARIANT_TRUE, copy.GetAddressOf());
-            t_allocationsLeft = -1;
+            qmtest::FailingAllocator::AllowOnThisThread(-1);
             if (hr == E_OUTOFMEMORY)
                 EXPECT_EQ(alive, Alive()) << "after " << allowed << " allocations";
         }
