@@ -176,7 +176,9 @@ TEST_F(NodeLifetime, CloneThatRunsOutOfMemoryFreesWhatItMade)
             hr = source->cloneNode(VARIANT_TRUE, copy.GetAddressOf());
             qmtest::FailingAllocator::AllowOnThisThread(-1);
             if (hr == E_OUTOFMEMORY)
+            {
                 EXPECT_EQ(alive, Alive()) << "after " << allowed << " allocations";
+            }
         }
         EXPECT_EQ(S_OK, hr);
     }
