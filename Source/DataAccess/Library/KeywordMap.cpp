@@ -16,46 +16,30 @@ using Values = KeywordMap::Values;
 
 wstring_view Name(BSTR name) { return qm::BstrView(name); }
 
-Values::iterator FindValue(Values& values, wstring_view value)
-{
-    return std::find_if(values.begin(), values.end(), [value](const wstring& v) { return qm::EqualsNoCase(v, value); });
-}
-
-bool HoldsValue(const Values& values, wstring_view value)
-{
-    return std::any_of(values.begin(), values.end(), [value](const wstring& v) { return qm::EqualsNoCase(v, value); });
-}
-
-// A value that is there already, in any case, moves to the end with the new spelling.
-void AppendValue(Values& values, wstring_view value)
-{
-    std::erase_if(values, [value](const wstring& v) { return qm::EqualsNoCase(v, value); });
-    values.emplace_back(value);
-}
-
 void AppendValues(Values& target, const std::vector<wstring>& values)
 {
     for (const wstring& value : values)
-        AppendValue(target, value);
+        target.Append(value);
 }
 
 // The values of source that target lacks go to the end of target.
-void MergeValues(Values& target, Values& source)
+void MergeValues(Values& target, const Values& source)
 {
-    for (wstring& value : source)
-        if (!HoldsValue(target, value))
-            target.push_back(std::move(value));
+    source.ForEach([&](const wstring& value) {
+        if (!target.Holds(value))
+            target.Append(value);
+    });
 }
 
 void AppendKeywords(std::vector<Keyword>& keywords, const KeywordMap::Map::value_type& entry)
 {
-    for (const wstring& value : entry.second)
-    {
+    keywords.reserve(keywords.size() + entry.second.size());
+    entry.second.ForEach([&](const wstring& value) {
         // Keyword's own constructor and the pair's are both viable for two lvalues.
         Keyword& keyword = keywords.emplace_back();
         keyword.first = entry.first;
         keyword.second = value;
-    }
+    });
 }
 
 // The order of two items of which at least one lacks something (a category, or values
@@ -159,13 +143,14 @@ HRESULT KeywordMap::GetValuesIntoBuffer(const wstring& category, WCHAR* dst, siz
 wstring KeywordMap::GetValuesAsString(const wstring& category) const
 {
     const Values* values = Find(category);
-    return values ? FormatValueList(*values) : wstring();
+    return values ? FormatValueList(values->ToVector()) : wstring();
 }
 
 wstring KeywordMap::GetValueAt(const wstring& category, std::uint64_t index) const
 {
     const Values* values = Find(category);
-    return values && index < values->size() ? (*values)[index] : wstring();
+    const wstring* value = values ? values->At(index) : nullptr;
+    return value ? *value : wstring();
 }
 
 wstring KeywordMap::GetValueAtIndex(const wstring& category, std::uint64_t index) const
@@ -182,7 +167,7 @@ bool KeywordMap::HasValues(const wstring& category) const
 bool KeywordMap::HasKeyword(const wstring& category, const wstring& value) const
 {
     const Values* values = Find(category);
-    return values && (value.empty() || HoldsValue(*values, value));
+    return values && (value.empty() || values->Holds(value));
 }
 
 bool KeywordMap::HasCategory(const wstring& category) const { return Find(category) != nullptr; }
@@ -197,7 +182,7 @@ std::int32_t KeywordMap::CompareCategory(const KeywordMap& other, const wstring&
         return *order;
     const size_t common = std::min(mine->size(), theirs->size());
     for (size_t i = 0; i < common; ++i)
-        if (const int order = qm::CompareNoCase((*mine)[i], (*theirs)[i]); order != 0)
+        if (const int order = qm::CompareNoCase(*mine->At(i), *theirs->At(i)); order != 0)
             return order;
     return 0;
 }
@@ -209,13 +194,17 @@ HRESULT KeywordMap::AddValue(wstring_view category, wstring_view value)
     QMCheckCondition(!category.empty(), E_INVALIDARG);
     QMCheckCondition(!value.empty(), E_INVALIDARG);
     const auto it = m_keywords.find(category);
-    if (it == m_keywords.end())
-        return InsertCategory(category, Values{wstring(value)});
-    AppendValue(it->second, value);
-    return S_OK;
+    if (it != m_keywords.end())
+    {
+        it->second.Append(value);
+        return S_OK;
+    }
+    Values values;
+    values.Append(value);
+    return InsertCategory(category, std::move(values));
 }
 
-HRESULT KeywordMap::InsertCategory(wstring_view category, Values values)
+HRESULT KeywordMap::InsertCategory(wstring_view category, Values&& values)
 {
     const auto res = m_keywords.emplace(wstring(category), std::move(values));
     QMCheckCondition(res.second, E_UNEXPECTED);
@@ -317,11 +306,7 @@ HRESULT KeywordMap::RemoveKeyword(const Keyword& keyword)
         return S_OK;
     }
     Values& values = it->second;
-    const auto value = FindValue(values, keyword.second);
-    if (value == values.end())
-        return S_OK;
-    values.erase(value);
-    if (values.empty())
+    if (values.Remove(keyword.second) && values.empty())
         m_keywords.erase(it);
     return S_OK;
 }
@@ -357,12 +342,11 @@ HRESULT KeywordMap::ReplaceKeyword(const Keyword& oldKeyword, const Keyword& new
     if (it == m_keywords.end())
         return S_FALSE;
     Values& values = it->second;
-    const auto value = FindValue(values, oldKeyword.second);
-    if (value == values.end())
+    if (!values.Remove(oldKeyword.second))
         return S_FALSE;
-    values.erase(value);
+    // A value occurs once: one that is there already moves to the end.
     if (!newKeyword.second.empty())
-        values.push_back(newKeyword.second);
+        values.Append(newKeyword.second);
     m_keywordsDirty = true;
     return S_OK;
 }
@@ -415,8 +399,8 @@ HRESULT KeywordMap::Flush(IXMLDOMNode* itemNode)
 HRESULT KeywordMap::WriteCategories(IXMLDOMNode* categories) const
 {
     for (const auto& [category, values] : m_keywords)
-        for (const wstring& value : values)
-            QMCheckHRESULT(AppendCategoryElement(categories, category, value));
+        for (std::size_t i = 0; i < values.size(); ++i)
+            QMCheckHRESULT(AppendCategoryElement(categories, category, *values.At(i)));
     return S_OK;
 }
 } // namespace Quillmar::Library::Native

@@ -5,10 +5,12 @@
 #include "DataAccess/Library/ShellItemAccess.h"
 #include "DataAccess/Library/SourceCache.h"
 #include "Logging/QMLog.h"
+#include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
 #include "qm/Platform/Text/CaseFolding.h"
 
 #include <algorithm>
+#include <climits>
 
 namespace Quillmar::Library::Native
 {
@@ -30,6 +32,81 @@ void FlushSourceCache()
 {
     if (g_sourceCache)
         QMLogHRESULT(g_sourceCache->Flush(0));
+}
+
+// One file of a clip's rename; the media comes first and is the one the factory follows.
+struct PlannedRename
+{
+    wstring from;
+    wstring to;
+    bool media = false;
+};
+
+// A new name stays in the clip's folder and is neither hidden nor the folder's own entry.
+bool IsPlainName(wstring_view name)
+{
+    return !name.empty() && name.front() != u'.' && name.find(u'/') == wstring_view::npos;
+}
+
+// A name the rename will make: it must fit the file system and name nothing yet.
+HRESULT CheckTarget(const wstring& folder, const wstring& name)
+{
+    std::string native;
+    QMCheckHRESULT(qm::ToNativePath(name, native));
+    QMCheckCondition(native.size() <= NAME_MAX, HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
+    QMCheckCondition(!PathFileExistsW(PathCombineW(folder, name)), HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS));
+    return S_OK;
+}
+
+// The files to move, after every name they need has been checked: a side file's new name
+// is refused while it is taken even where the clip has no such file, since the clip would
+// adopt it under its new name.
+HRESULT PlanRenames(const wstring& mediaPath, const wstring& newFileName, std::vector<PlannedRename>& renames)
+{
+    wstring folder = mediaPath;
+    PathRemoveFileSpecW(folder);
+    QMCheckHRESULT(CheckTarget(folder, newFileName));
+    renames.push_back({mediaPath, PathCombineW(folder, newFileName), true});
+    for (const wstring_view sideExtension : {kSidecarExtension, kIndexExtension})
+    {
+        const wstring newSideName = newFileName + wstring(sideExtension);
+        QMCheckHRESULT(CheckTarget(folder, newSideName));
+        const wstring sideFile = mediaPath + wstring(sideExtension);
+        if (PathFileExistsW(sideFile))
+            renames.push_back({sideFile, PathCombineW(folder, newSideName), false});
+    }
+    return S_OK;
+}
+
+HRESULT QueueRenames(IFileOperation* operation, const std::vector<PlannedRename>& renames,
+                     IFileOperationProgressSink* mediaSink)
+{
+    for (const PlannedRename& rename : renames)
+    {
+        ComPtr<IShellItem> item;
+        QMCheckHRESULT(ShellItemOf(rename.from, item));
+        const wstring newName(PathFindFileNameW(rename.to));
+        QMCheckHRESULT(operation->RenameItem(item.Get(), newName.c_str(), rename.media ? mediaSink : nullptr));
+    }
+    return S_OK;
+}
+
+HRESULT PerformRenames(IFileOperation* operation, const std::vector<PlannedRename>& renames,
+                       IFileOperationProgressSink* mediaSink)
+{
+    QMCheckHRESULT(QueueRenames(operation, renames, mediaSink));
+    return operation->PerformOperations();
+}
+
+// The moves of a batch that stopped part way, backwards: each file found under its new
+// name and missing under its old one was moved by the batch, since the new names were free.
+std::vector<PlannedRename> MovesToUndo(const std::vector<PlannedRename>& renames)
+{
+    std::vector<PlannedRename> undo;
+    for (auto it = renames.rbegin(); it != renames.rend(); ++it)
+        if (PathFileExistsW(it->to) && !PathFileExistsW(it->from))
+            undo.push_back({it->to, it->from, it->media});
+    return undo;
 }
 } // namespace
 
@@ -121,6 +198,7 @@ HRESULT CLibraryItemFactory::PostDeleteItem(DWORD, IShellItem* item, HRESULT res
 HRESULT CLibraryItemFactory::RenameItem(ILibraryItem* pLibraryItem, LPCWSTR newName)
 {
     QMCheckCondition(pLibraryItem, E_INVALIDARG);
+    QMCheckCondition(newName && IsPlainName(newName), E_INVALIDARG);
     if (pLibraryItem->get_IsReadOnly())
         return S_FALSE;
     ComPtr<IFileOperation> operation;
@@ -135,24 +213,26 @@ HRESULT CLibraryItemFactory::RenameItem(ILibraryItem* pLibraryItem, LPCWSTR newN
     wstring extension, fileName;
     QMCheckHRESULT(StringProperty(shellItem.Get(), PKEY_FileExtension, extension));
     QMCheckHRESULT(StringProperty(shellItem.Get(), PKEY_FileName, fileName));
-    const wstring newFileName = (newName ? wstring(newName) : wstring()) + extension;
+    const wstring newFileName = wstring(newName) + extension;
     if (qm::EqualsNoCase(fileName, newFileName))
         return S_FALSE;
-    QMCheckHRESULT(operation->RenameItem(shellItem.Get(), newFileName.c_str(), this));
-    for (const wstring_view sideExtension : {kSidecarExtension, kIndexExtension})
-    {
-        const wstring sideFile = mediaPath + wstring(sideExtension);
-        if (!PathFileExistsW(sideFile))
-            continue;
-        ComPtr<IShellItem> sideItem;
-        QMCheckHRESULT(ShellItemOf(sideFile, sideItem));
-        QMCheckHRESULT(operation->RenameItem(sideItem.Get(), (newFileName + wstring(sideExtension)).c_str(), nullptr));
-    }
-    QMCheckHRESULT(RenameResult(operation->PerformOperations()));
+    std::vector<PlannedRename> renames;
+    QMCheckHRESULT(PlanRenames(mediaPath, newFileName, renames));
+    HRESULT hr = RenameResult(PerformRenames(operation.Get(), renames, this));
     BOOL aborted = FALSE;
     operation->GetAnyOperationsAborted(&aborted);
-    if (aborted)
-        return E_ABORT;
+    if (SUCCEEDED(hr) && aborted)
+        hr = E_ABORT;
+    if (FAILED(hr))
+    {
+        // A clip is renamed whole or not at all: its sidecar never stays behind.
+        const std::vector<PlannedRename> undo = MovesToUndo(renames);
+        ComPtr<IFileOperation> undoOperation;
+        if (!undo.empty() &&
+            SUCCEEDED(QMLogHRESULT(CreateFileOperation(FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOERRORUI, undoOperation))))
+            QMLogHRESULT(PerformRenames(undoOperation.Get(), undo, this));
+        QMCheckHRESULT(hr);
+    }
     FlushSourceCache();
     return S_OK;
 }

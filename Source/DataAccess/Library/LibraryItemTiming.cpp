@@ -7,6 +7,8 @@
 #include "Logging/QMLog.h"
 #include "qm/MetadataCore.h"
 
+#include <optional>
+
 namespace Quillmar::Library::Native
 {
 namespace
@@ -30,9 +32,24 @@ HRESULT ReadCue(IXMLDOMElement* element, wstring_view name, bool referenceTime, 
     return S_OK;
 }
 
-REFERENCE_TIME Divide(REFERENCE_TIME value, double factor)
+// The quotient truncated towards 0, or nothing where it leaves the range of times.
+std::optional<REFERENCE_TIME> Divide(REFERENCE_TIME value, double factor)
 {
-    return static_cast<REFERENCE_TIME>(static_cast<double>(value) / factor);
+    constexpr double kLimit = 9223372036854775808.0; // 2^63
+    const double quotient = static_cast<double>(value) / factor;
+    if (!(quotient > -kLimit && quotient < kLimit))
+        return std::nullopt;
+    return static_cast<REFERENCE_TIME>(quotient);
+}
+
+// The difference, or nothing where it leaves the range of times or lands on the value
+// that means "not set".
+std::optional<REFERENCE_TIME> Subtract(REFERENCE_TIME value, REFERENCE_TIME origin)
+{
+    REFERENCE_TIME difference = 0;
+    if (__builtin_sub_overflow(value, origin, &difference) || difference == kTimeNotSet)
+        return std::nullopt;
+    return difference;
 }
 
 ComPtr<ILibraryItemMarker> AsMarker(ILibraryItem* item)
@@ -48,6 +65,28 @@ void ReadCues(ILibraryItemMarker* marker, REFERENCE_TIME& in, REFERENCE_TIME& ou
 {
     marker->get_CueIn(&in);
     marker->get_CueOut(&out);
+}
+
+// Every cue that is set gives a time when rewritten: checked before a rewrite of all
+// times starts, so that a value out of range refuses the whole of it.
+template <class Rewrite>
+bool CuesFit(ILibraryItemMarker* marker, Rewrite rewrite)
+{
+    REFERENCE_TIME in = 0, out = 0;
+    const bool inFits = marker->get_CueIn(&in) != S_OK || rewrite(in).has_value();
+    const bool outFits = marker->get_CueOut(&out) != S_OK || rewrite(out).has_value();
+    return inFits && outFits;
+}
+
+// True when each marker in memory that passes `select` passes `check`.
+template <class Collections, class Select, class Check>
+bool AllMarkers(const Collections& collections, Select select, Check check)
+{
+    for (const auto& [type, markers] : collections)
+        for (const auto& item : markers)
+            if (const auto marker = AsMarker(item.Get()); marker && select(marker.Get()) && !check(marker.Get()))
+                return false;
+    return true;
 }
 } // namespace
 
@@ -207,9 +246,9 @@ HRESULT CLibraryItem::ScaleMarkerTimes(double speedFactor)
             QMCheckHRESULT(marker->SetId(qm::GuidToString(id)));
             REFERENCE_TIME cue = 0;
             if (marker->get_CueIn(&cue) == S_OK)
-                QMCheckHRESULT(marker->put_CueIn(Divide(cue, speedFactor)));
+                QMCheckHRESULT(marker->put_CueIn(*Divide(cue, speedFactor)));
             if (marker->get_CueOut(&cue) == S_OK)
-                QMCheckHRESULT(marker->put_CueOut(Divide(cue, speedFactor)));
+                QMCheckHRESULT(marker->put_CueOut(*Divide(cue, speedFactor)));
         }
     return S_OK;
 }
@@ -221,11 +260,16 @@ HRESULT CLibraryItem::ApplySpeedFactor(double speedFactor)
         return S_OK;
     if (m_itemType != ItemKindVideo)
         QMCheckHRESULT(E_UNEXPECTED);
+    const auto scale = [speedFactor](REFERENCE_TIME cue) { return Divide(cue, speedFactor); };
+    const auto any = [](ILibraryItemMarker*) { return true; };
+    const bool scaledTimesFit =
+        CuesFit(this, scale) && AllMarkers(m_markerCollections, any, [&](ILibraryItemMarker* m) { return CuesFit(m, scale); });
+    QMCheckCondition(scaledTimesFit, E_INVALIDARG);
     REFERENCE_TIME cue = 0;
     if (get_CueIn(&cue) == S_OK)
-        QMCheckHRESULT(put_CueIn(Divide(cue, speedFactor)));
+        QMCheckHRESULT(put_CueIn(*scale(cue)));
     if (get_CueOut(&cue) == S_OK)
-        QMCheckHRESULT(put_CueOut(Divide(cue, speedFactor)));
+        QMCheckHRESULT(put_CueOut(*scale(cue)));
     QMCheckHRESULT(ScaleMarkerTimes(speedFactor));
     return S_OK;
 }
@@ -247,9 +291,9 @@ HRESULT CLibraryItem::TrimMarkers(REFERENCE_TIME desiredIn, REFERENCE_TIME desir
             if (in >= desiredIn && out <= desiredOut)
             {
                 if (REFERENCE_TIME cue = 0; marker->get_CueIn(&cue) == S_OK)
-                    QMCheckHRESULT(marker->put_CueIn(cue - trueIn));
+                    QMCheckHRESULT(marker->put_CueIn(*Subtract(cue, trueIn)));
                 if (REFERENCE_TIME cue = 0; marker->get_CueOut(&cue) == S_OK)
-                    QMCheckHRESULT(marker->put_CueOut(cue - trueIn));
+                    QMCheckHRESULT(marker->put_CueOut(*Subtract(cue, trueIn)));
                 entry.push_back(item);
             }
             else
@@ -291,9 +335,20 @@ HRESULT CLibraryItem::ApplyTrim(REFERENCE_TIME desiredInPoint, REFERENCE_TIME de
     QMCheckCondition(desiredOutPoint >= desiredInPoint, E_INVALIDARG);
     if (m_itemType != ItemKindVideo)
         QMCheckHRESULT(E_UNEXPECTED);
-    QMCheckHRESULT(put_CueIn(desiredInPoint - trueInPoint));
-    QMCheckHRESULT(put_CueOut(desiredOutPoint - trueInPoint));
     QMCheckHRESULT(EnsureMarkersLoaded());
+    // Nothing changes unless every time that moves stays a time: the section's limits
+    // (the cue in lies between 0 and the cue out), and the cues of the markers kept.
+    const auto shift = [trueInPoint](REFERENCE_TIME cue) { return Subtract(cue, trueInPoint); };
+    const auto kept = [&](ILibraryItemMarker* marker) {
+        REFERENCE_TIME in = 0, out = 0;
+        ReadCues(marker, in, out);
+        return in >= desiredInPoint && out <= desiredOutPoint;
+    };
+    const bool shiftedTimesFit = shift(desiredOutPoint).has_value() &&
+                                 AllMarkers(m_markerCollections, kept, [&](ILibraryItemMarker* m) { return CuesFit(m, shift); });
+    QMCheckCondition(shiftedTimesFit, E_INVALIDARG);
+    QMCheckHRESULT(put_CueIn(*shift(desiredInPoint)));
+    QMCheckHRESULT(put_CueOut(*shift(desiredOutPoint)));
     QMCheckHRESULT(TrimMarkers(desiredInPoint, desiredOutPoint, trueInPoint));
     QMCheckHRESULT(ReplaceDataSourceRange(trueInPoint, trueOutPoint));
     return S_OK;

@@ -21,6 +21,12 @@ constexpr std::array<wstring_view, 18> kChannelCodes = {
     u"sl", u"sr", u"tc", u"tlf", u"tfc", u"tfr", u"tbl", u"tbc", u"tbr",
 };
 
+// The matrix holds at most this many outputs and input channels, so that its dense form
+// stays within 4 MB: far beyond any audio layout, and small enough that no value of a
+// caller or of a file can make it exhaust memory.
+constexpr std::uint64_t kMaxOutputs = 1024;
+constexpr std::uint32_t kMaxChannels = 1024;
+
 std::optional<std::uint32_t> ChannelOfCode(wstring_view code)
 {
     const auto it = std::find(kChannelCodes.begin(), kChannelCodes.end(), code);
@@ -34,11 +40,21 @@ void CMDAudioMatrix::put_OutputCount(std::uint64_t count)
 {
     if (count == m_outputs.size())
         return;
-    // A new count starts over, also when it grows: the identity, channel i to output i.
-    m_outputs.assign(count, Output{});
-    for (std::uint64_t i = 0; i < count; ++i)
-        SetGain(static_cast<std::uint32_t>(i), i, 1.0f);
-    m_dirty = true;
+    if (!QMReportCondition(count <= kMaxOutputs))
+        return;
+    try
+    {
+        // A new count starts over, also when it grows: the identity, channel i to output i.
+        std::vector<Output> outputs(count);
+        for (std::uint64_t i = 0; i < count; ++i)
+            outputs[i].emplace(static_cast<std::uint32_t>(i), 1.0f);
+        m_outputs.swap(outputs);
+        m_dirty = true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        QMLogHRESULT(E_OUTOFMEMORY);
+    }
 }
 
 float CMDAudioMatrix::GetGain(std::uint32_t channel, std::uint64_t output)
@@ -53,30 +69,52 @@ void CMDAudioMatrix::SetGain(std::uint32_t channel, std::uint64_t output, float 
 {
     if (output >= m_outputs.size())
         return;
-    float& entry = m_outputs[output].try_emplace(channel, 0.0f).first->second;
-    if (entry == gain)
+    if (!QMReportCondition(channel < kMaxChannels))
         return;
-    entry = gain;
-    m_dirty = true;
+    try
+    {
+        float& entry = m_outputs[output].try_emplace(channel, 0.0f).first->second;
+        if (entry == gain)
+            return;
+        entry = gain;
+        m_dirty = true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        QMLogHRESULT(E_OUTOFMEMORY);
+    }
 }
 
 std::vector<std::vector<float>> CMDAudioMatrix::GetMatrix()
 {
     const size_t n = m_outputs.size();
-    std::vector<std::vector<float>> matrix(n, std::vector<float>(n, 0.0f));
-    for (size_t i = 0; i < n; ++i)
+    // Only a file can hold more outputs than the bound; its dense form is not given.
+    if (!QMReportCondition(n <= kMaxOutputs))
+        return {};
+    try
     {
-        auto& row = matrix[i];
-        for (const auto& [channel, gain] : m_outputs[i])
-        {
-            if (!(gain > 0.0f))
-                continue;
-            if (channel >= row.size())
-                row.resize(size_t{channel} + 1, 0.0f);
-            row[channel] = gain;
-        }
+        std::vector<std::vector<float>> matrix(n, std::vector<float>(n, 0.0f));
+        for (size_t i = 0; i < n; ++i)
+            FillRow(m_outputs[i], matrix[i]);
+        return matrix;
     }
-    return matrix;
+    catch (const std::bad_alloc&)
+    {
+        QMLogHRESULT(E_OUTOFMEMORY);
+        return {};
+    }
+}
+
+void CMDAudioMatrix::FillRow(const Output& output, std::vector<float>& row)
+{
+    for (const auto& [channel, gain] : output)
+    {
+        if (!(gain > 0.0f))
+            continue;
+        if (channel >= row.size())
+            row.resize(size_t{channel} + 1, 0.0f);
+        row[channel] = gain;
+    }
 }
 
 HRESULT CMDAudioMatrix::WriteOutput(IXMLDOMDocument* document, IXMLDOMElement* matrix, const Output& output)
@@ -141,12 +179,20 @@ HRESULT CMDAudioMatrix::Load(IXMLDOMNode* parentNode, ILibraryItem*)
     m_dirty = false;
     NodeList nodes;
     QMCheckHRESULT(SelectNodes(parentNode, kOutputsQuery, nodes));
-    m_outputs.reserve(nodes.size());
-    for (const auto& node : nodes)
+    try
     {
-        Output output;
-        QMCheckHRESULT(ReadOutput(node.Get(), output));
-        m_outputs.push_back(std::move(output));
+        m_outputs.reserve(nodes.size());
+        for (const auto& node : nodes)
+        {
+            Output output;
+            QMCheckHRESULT(ReadOutput(node.Get(), output));
+            m_outputs.push_back(std::move(output));
+        }
+    }
+    catch (const std::bad_alloc&)
+    {
+        m_outputs.clear();
+        QMCheckHRESULT(E_OUTOFMEMORY);
     }
     return S_OK;
 }

@@ -36,6 +36,8 @@ private:
     // Input channel index to gain, ascending.
     using Output = std::map<std::uint32_t, float>;
 
+    // The dense form of one output: its gains above 0.0 at their channels' places.
+    static void FillRow(const Output& output, std::vector<float>& row);
     static HRESULT WriteOutput(IXMLDOMDocument* document, IXMLDOMElement* matrix, const Output& output);
     static HRESULT ReadOutput(IXMLDOMNode* node, Output& output);
     HRESULT Write(IXMLDOMNode* parentNode, IXMLDOMDocument* document, ILibraryItem* pLibraryItem);

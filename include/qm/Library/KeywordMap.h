@@ -8,6 +8,7 @@
 
 #include "qm/Platform/Text/CaseFolding.h"
 #include "qm/Library/Keyword.h"
+#include "qm/Library/KeywordValues.h"
 #include "qm/Platform/Xml/XmlDom.h"
 
 #include <cstdint>
@@ -19,7 +20,7 @@ namespace Quillmar::Library::Native
 class KeywordMap
 {
 public:
-    using Values = std::vector<wstring>;
+    using Values = KeywordValues;
     using Map = std::map<wstring, Values, qm::NoCaseLess>;
 
     // Reading: never fails, an unknown category gives an empty answer.
@@ -75,7 +76,7 @@ private:
     // Adds one value without touching the flag: the step that the adding operations
     // and Read share.
     HRESULT AddValue(wstring_view category, wstring_view value);
-    HRESULT InsertCategory(wstring_view category, Values values);
+    HRESULT InsertCategory(wstring_view category, Values&& values);
     // False when there was no such category.
     bool Erase(wstring_view category);
     // One CATEGORY element; S_FALSE for one without a name or text.

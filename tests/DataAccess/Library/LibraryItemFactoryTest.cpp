@@ -1,6 +1,7 @@
 // The factory: one live item per path, sidecars changed by other programs, media that
 // goes and comes back, deletes and renames with the side files, and lookups from threads.
 #include "DataAccess/Library/ClipTestSupport.h"
+#include "Platform/Kernel/FaultInjectingFileSystem.h"
 #include "Platform/Shell/Trash.h"
 #include "qm/LibrarySettings.h"
 
@@ -8,6 +9,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 #include <thread>
 
 using namespace qmtest;
@@ -22,6 +24,14 @@ protected:
     static std::u16string Xml(const std::string& body)
     {
         return std::u16string(body.begin(), body.end());
+    }
+    // The names in the folder with their contents, to compare a folder before and after.
+    std::map<std::string, std::string> Folder()
+    {
+        std::map<std::string, std::string> files;
+        for (const auto& entry : fs::directory_iterator(m_dir.Path()))
+            files[entry.path().filename()] = ReadFile(entry.path());
+        return files;
     }
     // Sets a sidecar's write time some seconds away, as another program's save would.
     void Touch(const std::string& name, int seconds)
@@ -183,6 +193,69 @@ TEST_F(FactoryTest, RenameNeverReplacesAFileInTheWayAndRefusesReadOnlyClips)
     EXPECT_EQ(m_factory->RenameItem(item.Get(), u"c"), S_FALSE);
     EXPECT_TRUE(fs::exists(Path("a.mp4")));
     item->put_IsReadOnly(false);
+}
+
+TEST_F(FactoryTest, RenameChecksEveryNameBeforeMovingAnything)
+{
+    const auto item = Clip("old.mp4");
+    ASSERT_EQ(item->Save(), S_OK);
+    WriteFile(Path("old.mp4.qmidx"), "index");
+    const auto before = Folder();
+    const auto unchanged = [&] {
+        EXPECT_EQ(Folder(), before);
+        EXPECT_EQ(item->get_MediaPath(), m_dir.U16("old.mp4"));
+    };
+
+    for (const char16_t* name : {u"", u".", u"..", u".hidden", u"a/b"})
+    {
+        EXPECT_EQ(m_factory->RenameItem(item.Get(), name), E_INVALIDARG);
+        unchanged();
+    }
+    EXPECT_EQ(m_factory->RenameItem(item.Get(), nullptr), E_INVALIDARG);
+
+    // A stale side file under the new name, even of a kind the clip lacks, stops the
+    // rename before the media moves.
+    for (const char* stale : {"new.mp4.quilclip", "new.mp4.qmidx"})
+    {
+        WriteFile(Path(stale), "stale");
+        EXPECT_EQ(m_factory->RenameItem(item.Get(), u"new"), HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS)) << stale;
+        fs::remove(Path(stale));
+        unchanged();
+    }
+    fs::remove(Path("old.mp4.qmidx"));
+    WriteFile(Path("new.mp4.qmidx"), "stale");
+    EXPECT_EQ(m_factory->RenameItem(item.Get(), u"new"), HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS));
+    fs::remove(Path("new.mp4.qmidx"));
+    WriteFile(Path("old.mp4.qmidx"), "index");
+
+    // The media's name fits, its sidecar's would not.
+    EXPECT_EQ(m_factory->RenameItem(item.Get(), std::u16string(250, u'n').c_str()),
+              HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
+    unchanged();
+}
+
+TEST_F(FactoryTest, ARenameThatFailsPartWayPutsEveryFileBack)
+{
+    using Op = qm::FaultInjectingFileSystem::Operation;
+    const auto item = Clip("old.mp4");
+    ASSERT_EQ(item->put_Color(u"Color5"), S_OK);
+    ASSERT_EQ(item->Save(), S_OK);
+    WriteFile(Path("old.mp4.qmidx"), "index");
+    const auto before = Folder();
+    // Each step fails in turn: the media, the sidecar, the index file.
+    for (const char16_t* failing : {u"", u".quilclip", u".qmidx"})
+    {
+        qm::FaultInjectingFileSystem faults(qm::FileSystem());
+        qm::ScopedFileSystem scoped(faults);
+        faults.Fail(Op::Rename, EIO, 1, failing);
+        EXPECT_TRUE(FAILED(m_factory->RenameItem(item.Get(), u"new")));
+        EXPECT_EQ(Folder(), before);
+        EXPECT_EQ(item->get_MediaPath(), m_dir.U16("old.mp4"));
+        EXPECT_EQ(Get(m_dir.U16("old.mp4")).Get(), item.Get());
+        EXPECT_EQ(item->get_Color(), u"Color5");
+    }
+    EXPECT_EQ(m_factory->RenameItem(item.Get(), u"new"), S_OK);
+    EXPECT_EQ(item->get_MediaPath(), m_dir.U16("new.mp4"));
 }
 
 TEST_F(FactoryTest, ShellItemsAreFilteredByKind)

@@ -137,3 +137,31 @@ TEST_F(MDAudioMatrixTest, AnEmptyMatrixRemovesItsElementAndCannotBeCloned)
     EXPECT_EQ(E_INVALIDARG, emptied->Save(nullptr, m_item.Get()));
     EXPECT_EQ(E_INVALIDARG, emptied->Load(nullptr, m_item.Get()));
 }
+
+TEST_F(MDAudioMatrixTest, TheMatrixIsBoundedSoNoValueCanExhaustMemory)
+{
+    // 1024 outputs and channels at most; what lies beyond changes nothing.
+    m_matrix->put_OutputCount(1);
+    ASSERT_EQ(S_OK, m_matrix->Save(ClipNode(u"").Get(), m_item.Get()));
+    m_matrix->SetGain(UINT32_MAX, 0, 1.0f);
+    m_matrix->SetGain(1024, 0, 1.0f);
+    m_matrix->put_OutputCount(UINT64_MAX);
+    m_matrix->put_OutputCount(1025);
+    EXPECT_EQ((Matrix{{1}}), m_matrix->GetMatrix());
+    EXPECT_EQ(0.0f, m_matrix->GetGain(UINT32_MAX, 0));
+    EXPECT_FALSE(m_matrix->IsDirty());
+    m_matrix->SetGain(1023, 0, 0.5f);
+    EXPECT_EQ(1024u, m_matrix->GetMatrix()[0].size());
+    m_matrix->put_OutputCount(1024);
+    EXPECT_EQ(1024u, m_matrix->GetMatrix().size());
+
+    // A file may hold more outputs: they are kept and saved, but have no dense form.
+    std::u16string outputs;
+    for (int i = 0; i < 2000; ++i)
+        outputs += u"<Output fl=\"1\"/>";
+    const auto clip = ClipNode(u"<AudioMatrix>" + outputs + u"</AudioMatrix>");
+    const auto loaded = Reload(clip.Get());
+    EXPECT_EQ(2000u, loaded->get_OutputCount());
+    EXPECT_EQ(1.0f, loaded->GetGain(0, 1999));
+    EXPECT_TRUE(loaded->GetMatrix().empty());
+}

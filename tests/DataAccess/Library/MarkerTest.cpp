@@ -2,6 +2,8 @@
 #include "DataAccess/Library/ClipTestSupport.h"
 #include "qm/MetadataCore.h"
 
+#include <limits>
+
 using namespace qmtest;
 
 namespace
@@ -246,6 +248,46 @@ TEST_F(MarkerTest, TrimKeepsMarkersOnTheLimitsAndDropsThoseOutside)
     m_clip->get_CueOut(&value);
     EXPECT_EQ(value, 150);
     EXPECT_EQ(NodeXml(m_item.Get()).find(u"one before"), std::u16string::npos);
+}
+
+TEST_F(MarkerTest, TimesThatWouldLeaveTheRangeRefuseTheWholeRewrite)
+{
+    constexpr REFERENCE_TIME kMax = INT64_MAX;
+    constexpr REFERENCE_TIME kMin = INT64_MIN + 1;
+    m_clip->SetCuePoints(1000, 3000);
+    const auto a = Create(MarkerTypeMarker, 400, 800);
+    const std::u16string id = a->get_ID();
+    const std::u16string before = NodeXml(m_item.Get());
+    const auto unchanged = [&] {
+        EXPECT_EQ(NodeXml(m_item.Get()), before);
+        EXPECT_EQ(a->get_ID(), id);
+    };
+
+    // 1000 / 1e-300 and every quotient beyond 2^63 has no time.
+    for (const double factor : {1e-300, 1e-16, std::numeric_limits<double>::denorm_min()})
+    {
+        EXPECT_EQ(m_item->ApplySpeedFactor(factor), E_INVALIDARG) << factor;
+        unchanged();
+    }
+    EXPECT_EQ(m_item->ApplySpeedFactor(std::numeric_limits<double>::quiet_NaN()), E_INVALIDARG);
+    // A marker alone out of range is enough.
+    const auto far = Create(MarkerTypeEvent, kMax - 1, kTimeNotSet);
+    const std::u16string withFar = NodeXml(m_item.Get());
+    EXPECT_EQ(m_item->ApplySpeedFactor(0.5), E_INVALIDARG);
+    EXPECT_EQ(NodeXml(m_item.Get()), withFar);
+    ASSERT_EQ(m_clip->RemoveMarker(MarkerTypeEvent, far.Get()), S_OK);
+    EXPECT_EQ(m_item->ApplySpeedFactor(std::numeric_limits<double>::infinity()), S_OK);
+    EXPECT_EQ(CueIn(a.Get()), 0);
+
+    // A cut whose section, or a kept marker, lies beyond the range of times from the new start.
+    m_clip->SetCuePoints(1000, 3000);
+    const auto b = Create(MarkerTypeMarker, kMax - 1, kTimeNotSet, u"far");
+    const std::u16string beforeTrim = NodeXml(m_item.Get());
+    EXPECT_EQ(m_item->ApplyTrim(0, kMax, kMin, kMax), E_INVALIDARG);
+    EXPECT_EQ(m_item->ApplyTrim(0, 10, -10, 20), E_INVALIDARG);
+    EXPECT_EQ(m_item->ApplyTrim(kMin, kMin, kMin, kMax), S_OK);
+    EXPECT_EQ(NodeXml(m_item.Get()).find(u"far"), std::u16string::npos);
+    EXPECT_NE(beforeTrim, NodeXml(m_item.Get()));
 }
 
 TEST_F(MarkerTest, TrimReplacesTheDataSourceByACloneThatCarriesTheRange)
