@@ -16,7 +16,7 @@
 
 namespace Quillmar::Library::Native
 {
-class KeywordMap
+class QM_API KeywordMap
 {
 public:
     using Values = std::vector<wstring>;
