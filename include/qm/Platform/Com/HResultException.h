@@ -22,5 +22,5 @@ private:
     char m_text[20];
 };
 
-QM_API [[noreturn]] void ThrowHResult(HRESULT result);
+[[noreturn]] QM_API void ThrowHResult(HRESULT result);
 } // namespace qm
