@@ -1,5 +1,7 @@
 #include "Runtime/FileStream.h"
 
+#include "qm/Runtime/Streams.h"
+
 #include "Platform/Com/LastError.h"
 
 HRESULT FileStream::Create(qm::FileHandle file, IStream** stream)

@@ -11,7 +11,7 @@
 
 namespace Quillmar::Library::Native
 {
-class LibrarySettings
+class QM_API LibrarySettings
 {
 public:
     LibrarySettings() = delete;

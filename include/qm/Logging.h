@@ -12,28 +12,30 @@
 //   2026-11-23T05:00:00.123Z 1 [thread name] Source/DataAccess/Library/LibraryItem.cpp:120: text
 #pragma once
 
+#include "qm/Export.h"
+
 namespace qm_log
 {
-int get_report_level(unsigned module);
-int _report_condW0(unsigned module, int level, const char* file, int line, const char16_t* condition,
+QM_API int get_report_level(unsigned module);
+QM_API int _report_condW0(unsigned module, int level, const char* file, int line, const char16_t* condition,
                    const char16_t* prefix);
-int _report_errW0(unsigned module, int level, const char* file, int line, long hr, const char16_t* prefix);
-int _report_err_condW0(unsigned module, int level, const char* file, int line, long hr, const char16_t* condition,
+QM_API int _report_errW0(unsigned module, int level, const char* file, int line, long hr, const char16_t* prefix);
+QM_API int _report_err_condW0(unsigned module, int level, const char* file, int line, long hr, const char16_t* condition,
                        const char16_t* prefix);
-int _reportW0(unsigned module, int level, const char* file, int line, const char16_t* message);
-int _reportW(unsigned module, int level, const char* file, int line, const char16_t* format, ...);
+QM_API int _reportW0(unsigned module, int level, const char* file, int line, const char16_t* message);
+QM_API int _reportW(unsigned module, int level, const char* file, int line, const char16_t* format, ...);
 // Names a thread in the lines it reports; threadId is the one CurrentThreadId gives.
-int set_thread_name(unsigned long threadId, const char* name);
+QM_API int set_thread_name(unsigned long threadId, const char* name);
 
 // The host's side.
 using ReportSink = void (*)(int level, const char* file, int line, const char* utf8Text, void* context);
 
 // The level of every module, or of one.
-void SetReportLevel(int level);
-void SetReportLevel(unsigned module, int level);
+QM_API void SetReportLevel(int level);
+QM_API void SetReportLevel(unsigned module, int level);
 // Where reports go; a null sink restores standard error. The sink may be called from any
 // thread, and must not report itself.
-void SetReportSink(ReportSink sink, void* context);
+QM_API void SetReportSink(ReportSink sink, void* context);
 // The id of the calling thread, as set_thread_name takes it.
-unsigned long CurrentThreadId();
+QM_API unsigned long CurrentThreadId();
 } // namespace qm_log

@@ -50,5 +50,5 @@ struct IDataSourceUnitClone : IUnknown
 };
 QM_DECLARE_IID(IDataSourceUnitClone, "{E290ECC7-88F9-48DC-926D-5CF488C32FB0}")
 
-HRESULT CreateDataSourceUnitMgr(IDataSourceUnitMgrCtrl** ppMgr);
+QM_API HRESULT CreateDataSourceUnitMgr(IDataSourceUnitMgrCtrl** ppMgr);
 } // namespace qm_mdc

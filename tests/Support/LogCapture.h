@@ -27,13 +27,20 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
+    struct Report
+    {
+        int level;
+        std::string file;
+        std::string text;
+    };
+
     // The number of reports of that level whose text contains the part.
     int Count(int level, const std::string& part) const
     {
         std::lock_guard lock(m_mutex);
         int count = 0;
-        for (const auto& [reportLevel, text] : m_reports)
-            count += reportLevel == level && text.find(part) != std::string::npos;
+        for (const Report& report : m_reports)
+            count += report.level == level && report.text.find(part) != std::string::npos;
         return count;
     }
 
@@ -51,22 +58,35 @@ public:
     {
         std::lock_guard lock(m_mutex);
         std::vector<std::string> lines;
-        for (const auto& [reportLevel, text] : m_reports)
-            if (reportLevel <= maxLevel)
-                lines.push_back(text);
+        for (const Report& report : m_reports)
+            if (report.level <= maxLevel)
+                lines.push_back(report.text);
         return lines;
     }
 
+    // Every report so far, in order.
+    std::vector<Report> Reports() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_reports;
+    }
+
+    void Clear()
+    {
+        std::lock_guard lock(m_mutex);
+        m_reports.clear();
+    }
+
 private:
-    static void Record(int level, const char*, int, const char* text, void* context)
+    static void Record(int level, const char* file, int, const char* text, void* context)
     {
         auto* self = static_cast<LogCapture*>(context);
         std::lock_guard lock(self->m_mutex);
-        self->m_reports.emplace_back(level, text);
+        self->m_reports.push_back({level, file ? file : "", text});
     }
 
     int m_level;
     mutable std::mutex m_mutex;
-    std::vector<std::pair<int, std::string>> m_reports;
+    std::vector<Report> m_reports;
 };
 } // namespace qmtest

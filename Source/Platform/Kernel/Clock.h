@@ -4,9 +4,6 @@
 
 #include "qm/Platform/Kernel/FileTime.h"
 
-#include <mutex>
-#include <vector>
-
 namespace qm
 {
 class IClock
@@ -32,23 +29,6 @@ public:
 
 private:
     IClock* m_previous;
-};
-
-// A clock for tests: Sleep returns at once, moves the time on and is recorded.
-class ManualClock final : public IClock
-{
-public:
-    std::uint64_t TickCountMs() override;
-    void Sleep(std::uint32_t milliseconds) override;
-    FILETIME SystemTime() override;
-
-    void Advance(std::uint32_t milliseconds);
-    std::vector<std::uint32_t> Sleeps() const;
-
-private:
-    mutable std::mutex m_lock;
-    std::uint64_t m_now = 0;
-    std::vector<std::uint32_t> m_sleeps;
 };
 } // namespace qm
 

@@ -37,9 +37,9 @@ public:
                      IServiceProvider)
 
     // The node members a host may call.
-    HRESULT get_NodePrivate(IXMLDOMNode** pp);
-    HRESULT cloneNode(IXMLDOMNode** pp);
-    HRESULT put_Node(IXMLDOMNode* node, bool newId);
+    QM_API HRESULT get_NodePrivate(IXMLDOMNode** pp);
+    QM_API HRESULT cloneNode(IXMLDOMNode** pp);
+    QM_API HRESULT put_Node(IXMLDOMNode* node, bool newId);
 
     // ILibraryItem
     HRESULT Save() override;

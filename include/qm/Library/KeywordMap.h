@@ -17,7 +17,7 @@
 
 namespace Quillmar::Library::Native
 {
-class KeywordMap
+class QM_API KeywordMap
 {
 public:
     using Values = KeywordValues;

@@ -107,7 +107,7 @@ struct ILibraryItemMarker : ILibraryItemMarkerManager
     virtual HRESULT Clone(ILibraryItemMarker** pp) = 0;
 
     // The RGB value (0x00BBGGRR) of a colour name "Color1" to "Color8"; 0 otherwise.
-    static COLORREF GetColorAsCOLORREF(wstring_view name);
+    QM_API static COLORREF GetColorAsCOLORREF(wstring_view name);
 };
 QM_DECLARE_IID(ILibraryItemMarker, "{3E3AAFC2-1486-45B8-9792-0735AC31319C}")
 

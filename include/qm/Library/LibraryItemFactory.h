@@ -66,8 +66,8 @@ struct ILibraryItemFactoryEx : IUnknown
 QM_DECLARE_IID(ILibraryItemFactoryEx, "{4FA984A0-6385-444E-BA86-D82BA638AF4F}")
 } // namespace Quillmar::Library::Native
 
-HRESULT CreateLibraryItemFactory(ILibraryItemFactory** pp);
+QM_API HRESULT CreateLibraryItemFactory(ILibraryItemFactory** pp);
 
 // Copies title, comment, colour, keywords, cue points and, if asked, the named data of
 // src to dst.
-HRESULT CopyLibraryItemMetadata(ILibraryItem* dst, ILibraryItem* src, bool copyDataBlob);
+QM_API HRESULT CopyLibraryItemMetadata(ILibraryItem* dst, ILibraryItem* src, bool copyDataBlob);

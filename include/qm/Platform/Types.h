@@ -2,6 +2,8 @@
 // Widths follow the platform the interfaces were designed on: LONG and DWORD are 32 bits.
 #pragma once
 
+#include "qm/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>

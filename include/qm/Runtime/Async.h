@@ -31,11 +31,11 @@ struct IAsyncResult : IUnknown
 QM_DECLARE_IID(IAsyncResult, "{D08D69DE-FDE7-4599-95C8-1DCCAB295FD1}")
 
 // A new result with count 1; each non-null argument gets a reference.
-HRESULT CreateAsyncResult(IUnknown* pObject, IAsyncCallback* pCallback, IUnknown* pState, IAsyncResult** ppResult);
+QM_API HRESULT CreateAsyncResult(IUnknown* pObject, IAsyncCallback* pCallback, IUnknown* pState, IAsyncResult** ppResult);
 // Calls the callback of a result made by CreateAsyncResult: E_NOINTERFACE for anything
 // else, E_UNEXPECTED without a callback, else what the callback returns. Whoever
 // completes work sets the status first.
-HRESULT InvokeAsyncCallback(IUnknown* pResult);
+QM_API HRESULT InvokeAsyncCallback(IUnknown* pResult);
 
 // Binds a member function HRESULT T::method(IAsyncResult*) as a callback. It is a data
 // member of its owner: its count of 1 is the owner's, and it dies with the owner.

@@ -8,7 +8,7 @@
 
 namespace MVVM
 {
-class check_failed : public std::exception
+class QM_API check_failed : public std::exception
 {
 public:
     // Keeps the thread's last error at the moment of the throw.

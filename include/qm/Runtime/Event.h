@@ -10,7 +10,7 @@
 
 namespace MVVM
 {
-class Event
+class QM_API Event
 {
 public:
     using Handler = std::function<void(Object* sender)>;

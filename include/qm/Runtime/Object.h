@@ -5,7 +5,7 @@
 
 #include <memory>
 
-class Object : public std::enable_shared_from_this<Object>
+class QM_API Object : public std::enable_shared_from_this<Object>
 {
 public:
     virtual ~Object() = default;
@@ -14,7 +14,7 @@ public:
 };
 
 // Equality is identity; the text is the name of the object's dynamic type.
-class ObjectBase : public Object
+class QM_API ObjectBase : public Object
 {
 public:
     bool Equals(const Object* other) const override { return other == this; }

@@ -18,9 +18,9 @@ struct IMemoryStream : IStream
 QM_DECLARE_IID(IMemoryStream, "{ED244C82-3033-482C-9B6E-1B0B75AFDA18}")
 
 // A stream of `size` zero bytes at position 0; size 0 gives a stream without a block.
-HRESULT CreateMemoryStream(ULONGLONG size, IMemoryStream** stream);
+QM_API HRESULT CreateMemoryStream(ULONGLONG size, IMemoryStream** stream);
 // A read-only stream on an existing file.
-HRESULT CreateFileStream(LPCWSTR path, IStream** stream);
+QM_API HRESULT CreateFileStream(LPCWSTR path, IStream** stream);
 // A read-only stream that takes over an open file descriptor; -1 gives the converted
 // last error (E_HANDLE when there is none).
-HRESULT CreateFileStreamFromHandle(int handle, IStream** stream);
+QM_API HRESULT CreateFileStreamFromHandle(int handle, IStream** stream);

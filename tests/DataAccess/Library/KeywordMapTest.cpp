@@ -2,6 +2,7 @@
 #include "qm/Library/KeywordMap.h"
 
 #include "Platform/Xml/XmlTestSupport.h"
+#include "Support/LogCapture.h"
 #include "qm/Logging.h"
 
 #include <chrono>
@@ -18,14 +19,6 @@ using Values = std::vector<std::u16string>;
 class KeywordMapTest : public testing::Test
 {
 protected:
-    KeywordMapTest() { qm_log::SetReportSink(&Record, this); }
-    ~KeywordMapTest() override { qm_log::SetReportSink(nullptr, nullptr); }
-
-    static void Record(int, const char*, int, const char* text, void* context)
-    {
-        static_cast<KeywordMapTest*>(context)->m_lines.push_back(text);
-    }
-
     // An item node holding xml inside its LIBRARY_ITEM.
     ComPtr<IXMLDOMNode> Item(std::u16string_view inner = u"")
     {
@@ -50,7 +43,7 @@ protected:
     }
 
     ComPtr<IXMLDOMDocument2> m_document;
-    std::vector<std::string> m_lines;
+    LogCapture m_log;
 };
 } // namespace
 
@@ -169,7 +162,7 @@ TEST_F(KeywordMapTest, BadArgumentsAreLoggedWithTheirConditions)
         "QMCheckCondition: !keyword.first.empty()", "QMCheckCondition: !oldCategory.empty()",
         "QMCheckCondition: itemNode != nullptr",    "QMCheckCondition: itemNode != nullptr",
     };
-    EXPECT_EQ(expected, m_lines);
+    EXPECT_EQ(expected, m_log.Lines(1));
 }
 
 TEST_F(KeywordMapTest, RenameAndReplace)
@@ -272,7 +265,7 @@ TEST_F(KeywordMapTest, ReadSkipsElementsWithoutNameOrText)
     EXPECT_EQ(S_FALSE, map.Read(Item().Get()));
     EXPECT_FALSE(map.get_HasKeywords());
     EXPECT_FALSE(map.IsDirty());
-    EXPECT_TRUE(m_lines.empty());
+    EXPECT_TRUE(m_log.Lines(1).empty());
 }
 
 TEST_F(KeywordMapTest, FlushRewritesTheCategoryElements)
@@ -315,7 +308,7 @@ TEST_F(KeywordMapTest, AFailedFlushKeepsTheMapDirty)
     map.AddCategoryValue(u"Zone", u"bad\u0001text");
     EXPECT_EQ(E_INVALIDARG, map.Flush(item.Get()));
     EXPECT_TRUE(map.IsDirty());
-    EXPECT_FALSE(m_lines.empty());
+    EXPECT_FALSE(m_log.Lines(1).empty());
     map.RemoveCategory(u"zone");
     EXPECT_EQ(S_OK, map.Flush(item.Get()));
     EXPECT_EQ(u"<LIBRARY_ITEM><NAME>clip</NAME><CATEGORIES><CATEGORY name=\"Team\">a</CATEGORY></CATEGORIES>"

@@ -3,6 +3,7 @@
 #include "DataAccess/Library/LibraryItemCollection.h"
 
 #include "DataAccess/Library/StubLibraryItem.h"
+#include "Support/LogCapture.h"
 #include "qm/Logging.h"
 
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include <vector>
 
 using namespace Quillmar::Library::Native;
+using qmtest::LogCapture;
 
 namespace
 {
@@ -152,15 +154,14 @@ using Items = std::vector<ILibraryItem*>;
 class LibraryItemCollection : public testing::Test
 {
 protected:
-    LibraryItemCollection() { qm_log::SetReportSink(&Record, this); }
-    ~LibraryItemCollection() override { qm_log::SetReportSink(nullptr, nullptr); }
-
-    static void Record(int level, const char*, int, const char* text, void* context)
+    // The last error reported.
+    std::string LastError() const
     {
-        static_cast<LibraryItemCollection*>(context)->m_log.push_back(std::to_string(level) + " " + text);
+        const std::vector<std::string> lines = m_log.Lines(1);
+        return lines.empty() ? std::string() : lines.back();
     }
 
-    std::vector<std::string> m_log;
+    LogCapture m_log;
     Journal m_journal;
     ComPtr<TestItem> a = qm::MakeObject<TestItem>("a", &m_journal);
     ComPtr<TestItem> b = qm::MakeObject<TestItem>("b", &m_journal);
@@ -192,7 +193,7 @@ TEST_F(LibraryItemCollection, KeepsDuplicatesAndGivesItsReferencesBack)
     EXPECT_EQ(1u, RefCount(b.Get()));
 
     EXPECT_EQ(E_POINTER, CreateLibraryItemCollection({}, nullptr));
-    EXPECT_EQ("1 QMCheckCondition: ppInstance != 0", m_log.back());
+    EXPECT_EQ("QMCheckCondition: ppInstance != 0", LastError());
 }
 
 TEST_F(LibraryItemCollection, GetItemChecksItsIndexAndQueriesAnswerForEntries)
@@ -201,7 +202,7 @@ TEST_F(LibraryItemCollection, GetItemChecksItsIndexAndQueriesAnswerForEntries)
     ComPtr<ILibraryItem> item;
     EXPECT_EQ(E_INVALIDARG, collection->get_Item(-1, item.GetAddressOf()));
     EXPECT_EQ(E_INVALIDARG, collection->get_Item(2, item.GetAddressOf()));
-    EXPECT_EQ("1 QMCheckCondition: n >= 0 && n < long(m_items.size())", m_log.back());
+    EXPECT_EQ("QMCheckCondition: n >= 0 && n < long(m_items.size())", LastError());
     EXPECT_EQ(E_POINTER, collection->get_Item(0, nullptr));
     ASSERT_EQ(S_OK, collection->get_Item(1, item.GetAddressOf()));
     EXPECT_EQ(b.Get(), item.Get());
@@ -276,11 +277,11 @@ TEST_F(LibraryItemCollection, RemoveCollectionStopsAtTheFirstMissingItem)
     auto missing = qm::MakeObject<TestItem>("x");
     EXPECT_EQ(E_FAIL, collection->RemoveCollection(NewCollection({a.Get(), missing.Get(), c.Get()}).Get()));
     EXPECT_EQ((Items{b.Get(), c.Get()}), collection->get_Items());
-    EXPECT_EQ("1 Attempting to remove an inexistant item from the collection.", m_log.back());
+    EXPECT_EQ("Attempting to remove an inexistant item from the collection.", LastError());
     EXPECT_EQ(1u, RefCount(a.Get()));
 
     EXPECT_EQ(E_INVALIDARG, collection->RemoveCollection(nullptr));
-    EXPECT_EQ("1 QMCheckCondition: pLibraryItemCollection != 0", m_log.back());
+    EXPECT_EQ("QMCheckCondition: pLibraryItemCollection != 0", LastError());
     EXPECT_EQ(S_OK, collection->RemoveCollection(collection.Get()));
     EXPECT_EQ(0, CountOf(collection.Get()));
 }
@@ -304,7 +305,7 @@ TEST_F(LibraryItemCollection, BatchChangesStopAtTheFirstFailure)
 
     m_journal.clear();
     EXPECT_EQ(E_INVALIDARG, collection->RenameCategoryOnAll(u"", u"New", true));
-    EXPECT_EQ("1 QMCheckCondition: !oldCategory.empty()", m_log.back());
+    EXPECT_EQ("QMCheckCondition: !oldCategory.empty()", LastError());
     EXPECT_TRUE(m_journal.empty());
 }
 
@@ -346,7 +347,7 @@ TEST_F(LibraryItemCollection, CloneHoldsTheSameEntriesIndependently)
 {
     auto collection = NewCollection({a.Get(), nullptr, a.Get()});
     EXPECT_EQ(E_POINTER, collection->Clone(nullptr));
-    EXPECT_EQ("1 QMCheckCondition: ppInstance != nullptr", m_log.back());
+    EXPECT_EQ("QMCheckCondition: ppInstance != nullptr", LastError());
     ComPtr<ILibraryItemCollection> copy;
     ASSERT_EQ(S_OK, collection->Clone(copy.GetAddressOf()));
     EXPECT_EQ(collection->get_Items(), copy->get_Items());

@@ -1,6 +1,6 @@
 // The item's identity, paths, read-only decision, serialization and metadata copies.
 #include "DataAccess/Library/ClipTestSupport.h"
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "Platform/Xml/XmlDocumentHelpers.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
 // The two save routes, their failures, and what each leaves on disk.
 #include "DataAccess/Library/ClipTestSupport.h"
-#include "Platform/Kernel/Clock.h"
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/ManualClock.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "qm/LibrarySettings.h"
 
 #include <cerrno>

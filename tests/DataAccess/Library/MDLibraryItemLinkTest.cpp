@@ -3,7 +3,7 @@
 #include "DataAccess/Library/MDLibraryItemLink.h"
 
 #include "DataAccess/Library/ExtensionTestSupport.h"
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "Support/TempDir.h"
 #include "qm/Library/LibraryItemFactory.h"
 

@@ -3,6 +3,7 @@
 #include "DataAccess/Library/XMLLibraryParser.h"
 
 #include "Platform/Xml/XmlTestSupport.h"
+#include "Support/LogCapture.h"
 #include "Support/TempDir.h"
 #include "qm/Logging.h"
 #include "qm/PersistXML.h"
@@ -19,15 +20,17 @@ namespace
 class LoggedTest : public testing::Test
 {
 protected:
-    LoggedTest() { qm_log::SetReportSink(&Record, this); }
-    ~LoggedTest() override { qm_log::SetReportSink(nullptr, nullptr); }
-
-    static void Record(int, const char* file, int, const char* text, void* context)
+    // The errors reported so far, each as "file|text".
+    std::vector<std::string> Lines() const
     {
-        static_cast<LoggedTest*>(context)->m_lines.push_back(std::string(file) + "|" + text);
+        std::vector<std::string> lines;
+        for (const LogCapture::Report& report : m_log.Reports())
+            if (report.level <= 1)
+                lines.push_back(report.file + "|" + report.text);
+        return lines;
     }
 
-    std::vector<std::string> m_lines;
+    LogCapture m_log;
 };
 } // namespace
 
@@ -47,7 +50,7 @@ TEST_F(LoggedTest, LoadItemNodeReadsTheSidecarAndTellsTheMediaPath)
     EXPECT_EQ(u"xmlns:mpeg7='urn:mpeg:mpeg7:schema:2001' xmlns:xsi='urn:mpeg:mpeg7:schema:2001' "
               u"xmlns:ms='urn:schemas-microsoft-com:xslt'",
               qm::BstrView(namespaces.bstrVal));
-    EXPECT_TRUE(m_lines.empty());
+    EXPECT_TRUE(Lines().empty());
     EXPECT_EQ(E_POINTER, LoadItemNode(u"/m", folder.U16("clip.mp4.quilclip"), nullptr));
 }
 
@@ -61,15 +64,16 @@ TEST_F(LoggedTest, LoadItemNodeLogsWhyASidecarCannotBeRead)
     std::ofstream(folder / "other.quilclip") << "<OTHER/>";
     EXPECT_EQ(E_INVALIDARG, LoadItemNode(u"/m.mp4", folder.U16("other.quilclip"), item.GetAddressOf()));
     EXPECT_EQ(nullptr, item.Get());
-    ASSERT_EQ(4u, m_lines.size());
+    const std::vector<std::string> lines = Lines();
+    ASSERT_EQ(4u, lines.size());
     const std::string file = "Source/DataAccess/Library/XMLLibraryParser.cpp|";
     EXPECT_EQ(file + "Failed to read file '" + (folder / "bad.quilclip") +
                   "', reason: mismatched tag, line 2, pos 9",
-              m_lines[0]);
-    EXPECT_EQ(file + "Failed to read file '" + (folder / "missing.quilclip") + "', no parse error", m_lines[1]);
+              lines[0]);
+    EXPECT_EQ(file + "Failed to read file '" + (folder / "missing.quilclip") + "', no parse error", lines[1]);
     // No LIBRARY_ITEM: the append fails on the missing parent, logged and returned.
-    EXPECT_EQ(file + "QMCheckCondition: pParentNode", m_lines[2]);
-    EXPECT_EQ(file + "QMCheckHRESULT: 0x80070057", m_lines[3]);
+    EXPECT_EQ(file + "QMCheckCondition: pParentNode", lines[2]);
+    EXPECT_EQ(file + "QMCheckHRESULT: 0x80070057", lines[3]);
 }
 
 TEST_F(LoggedTest, CreateItemNodeWritesItsElementsInOrder)
@@ -123,16 +127,17 @@ TEST_F(LoggedTest, SingleElements)
     EXPECT_EQ(S_OK, RemoveElement(r.Get(), u"A"));
     EXPECT_EQ(S_FALSE, RemoveElement(r.Get(), u"A"));
 
-    m_lines.clear();
+    m_log.Clear();
     EXPECT_EQ(E_INVALIDARG, ReadElementText(nullptr, u"X", value));
     EXPECT_EQ(E_INVALIDARG, ReadElementText(r.Get(), u"", value));
     EXPECT_EQ(E_INVALIDARG, AppendTextElement(r.Get(), u"", u"x"));
     EXPECT_EQ(E_INVALIDARG, RemoveElement(nullptr, u"X"));
     EXPECT_EQ(E_INVALIDARG, WriteTypeElement(nullptr, 1));
-    ASSERT_EQ(5u, m_lines.size());
-    EXPECT_NE(std::string::npos, m_lines[0].find("QMCheckCondition: pParentNode"));
-    EXPECT_NE(std::string::npos, m_lines[1].find("QMCheckCondition: !elementName.empty()"));
-    EXPECT_NE(std::string::npos, m_lines[2].find("QMCheckCondition: !nodeName.empty()"));
+    const std::vector<std::string> lines = Lines();
+    ASSERT_EQ(5u, lines.size());
+    EXPECT_NE(std::string::npos, lines[0].find("QMCheckCondition: pParentNode"));
+    EXPECT_NE(std::string::npos, lines[1].find("QMCheckCondition: !elementName.empty()"));
+    EXPECT_NE(std::string::npos, lines[2].find("QMCheckCondition: !nodeName.empty()"));
 }
 
 TEST(XmlTextForms, NumbersBooleansAndAttributes)

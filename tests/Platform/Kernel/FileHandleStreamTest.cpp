@@ -1,6 +1,6 @@
 #include "Platform/Kernel/FileHandleStream.h"
 
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "Platform/Kernel/LinuxFileSystem.h"
 #include "Support/TempDir.h"
 

@@ -3,7 +3,7 @@
 #include "Platform/Kernel/FileSystem.h"
 
 #include "Platform/Com/LastError.h"
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "Platform/Kernel/FileApi.h"
 #include "Platform/Kernel/LinuxFileSystem.h"
 #include "qm/Platform/Kernel/Time.h"

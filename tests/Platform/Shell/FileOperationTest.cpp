@@ -1,7 +1,7 @@
 // Batches of renames and deletes: order, sinks, refusals and early failure.
 #include "Platform/Shell/FileOperation.h"
 
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "Platform/Kernel/LinuxFileSystem.h"
 #include "Platform/Shell/ShellTestSupport.h"
 #include "Support/TempDir.h"

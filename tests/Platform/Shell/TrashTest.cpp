@@ -2,7 +2,7 @@
 // in the form desktop tools read.
 #include "Platform/Shell/Trash.h"
 
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 #include "Platform/Kernel/LinuxFileSystem.h"
 #include "Support/TempDir.h"
 

@@ -8,20 +8,20 @@
 
 using BSTR = OLECHAR*;
 
-BSTR SysAllocString(const OLECHAR* text);
+QM_API BSTR SysAllocString(const OLECHAR* text);
 // A null text gives a zeroed string of that length.
-BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
-BSTR SysAllocStringByteLen(const char* bytes, UINT byteLength);
-INT SysReAllocString(BSTR* target, const OLECHAR* text);
-void SysFreeString(BSTR text);
+QM_API BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
+QM_API BSTR SysAllocStringByteLen(const char* bytes, UINT byteLength);
+QM_API INT SysReAllocString(BSTR* target, const OLECHAR* text);
+QM_API void SysFreeString(BSTR text);
 // 0 for a null BSTR.
-UINT SysStringLen(BSTR text);
-UINT SysStringByteLen(BSTR text);
+QM_API UINT SysStringLen(BSTR text);
+QM_API UINT SysStringByteLen(BSTR text);
 
 namespace qm
 {
 // Throws HResultException(E_OUTOFMEMORY) when the allocation fails.
-BSTR AllocBstr(wstring_view text);
+QM_API BSTR AllocBstr(wstring_view text);
 // The characters of a BSTR, embedded NULs included; empty for null.
 inline wstring_view BstrView(BSTR text) { return text ? wstring_view(text, SysStringLen(text)) : wstring_view(); }
 } // namespace qm

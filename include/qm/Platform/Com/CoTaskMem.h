@@ -3,12 +3,12 @@
 
 #include "qm/Platform/Types.h"
 
-void* CoTaskMemAlloc(std::size_t size);
-void* CoTaskMemRealloc(void* block, std::size_t size);
-void CoTaskMemFree(void* block);
+QM_API void* CoTaskMemAlloc(std::size_t size);
+QM_API void* CoTaskMemRealloc(void* block, std::size_t size);
+QM_API void CoTaskMemFree(void* block);
 
 namespace qm
 {
 // A NUL-terminated copy from the task allocator; null on exhaustion.
-char16_t* CoTaskMemStrDup(wstring_view text);
+QM_API char16_t* CoTaskMemStrDup(wstring_view text);
 } // namespace qm

@@ -22,5 +22,5 @@ QM_DECLARE_IID(IEnumString, "{00000101-0000-0000-C000-000000000046}")
 namespace qm
 {
 // An enumerator over its own copy of the strings, in the order given.
-HRESULT CreateEnumString(std::vector<wstring> strings, IEnumString** enumerator);
+QM_API HRESULT CreateEnumString(std::vector<wstring> strings, IEnumString** enumerator);
 } // namespace qm

@@ -88,15 +88,15 @@ inline constexpr GUID GUID_NULL{};
 
 // The "{XXXXXXXX-XXXX-...}" form, upper case, 38 characters; returns the count written
 // including the terminating NUL, or 0 when cchMax is below 39.
-int StringFromGUID2(REFGUID guid, LPOLESTR buffer, int cchMax);
+QM_API int StringFromGUID2(REFGUID guid, LPOLESTR buffer, int cchMax);
 
 // A random (version 4) GUID.
-HRESULT CoCreateGuid(GUID* pguid);
+QM_API HRESULT CoCreateGuid(GUID* pguid);
 
 namespace qm
 {
 // The 38-character text form.
-wstring GuidToString(const GUID& guid);
+QM_API wstring GuidToString(const GUID& guid);
 // Reads the 38-character form (either case); false for anything else.
-bool GuidFromString(wstring_view text, GUID& guid);
+QM_API bool GuidFromString(wstring_view text, GUID& guid);
 } // namespace qm

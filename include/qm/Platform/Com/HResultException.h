@@ -9,7 +9,7 @@
 
 namespace qm
 {
-class HResultException : public std::exception
+class QM_API HResultException : public std::exception
 {
 public:
     explicit HResultException(HRESULT result) noexcept;
@@ -22,5 +22,5 @@ private:
     char m_text[20];
 };
 
-[[noreturn]] void ThrowHResult(HRESULT result);
+[[noreturn]] QM_API void ThrowHResult(HRESULT result);
 } // namespace qm

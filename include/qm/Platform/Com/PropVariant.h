@@ -47,10 +47,10 @@ struct PROPVARIANT
 };
 using REFPROPVARIANT = const PROPVARIANT&;
 
-void PropVariantInit(PROPVARIANT* value);
-HRESULT PropVariantClear(PROPVARIANT* value);
-HRESULT PropVariantCopy(PROPVARIANT* destination, const PROPVARIANT* source);
+QM_API void PropVariantInit(PROPVARIANT* value);
+QM_API HRESULT PropVariantClear(PROPVARIANT* value);
+QM_API HRESULT PropVariantCopy(PROPVARIANT* destination, const PROPVARIANT* source);
 // The value as text from the task allocator: strings as they are, numbers in decimal,
 // booleans as "True"/"False". Empty gives "". Other types give DISP_E_TYPEMISMATCH.
-HRESULT PropVariantToStringAlloc(REFPROPVARIANT value, LPWSTR* text);
-HRESULT InitPropVariantFromString(LPCWSTR text, PROPVARIANT* value);
+QM_API HRESULT PropVariantToStringAlloc(REFPROPVARIANT value, LPWSTR* text);
+QM_API HRESULT InitPropVariantFromString(LPCWSTR text, PROPVARIANT* value);

@@ -95,6 +95,6 @@ QM_DECLARE_IID(IStream, "{0000000C-0000-0000-C000-000000000046}")
 // stream alone, locked before it is truncated and for as long as the stream lives; a
 // file locked by another writer gives HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION).
 // Commit makes what was written durable (fsync).
-HRESULT SHCreateStreamOnFileEx(LPCWSTR path, DWORD mode, DWORD attributes, BOOL create, IStream* templ,
+QM_API HRESULT SHCreateStreamOnFileEx(LPCWSTR path, DWORD mode, DWORD attributes, BOOL create, IStream* templ,
                                IStream** stream);
-HRESULT SHCreateStreamOnFileW(LPCWSTR path, DWORD mode, IStream** stream);
+QM_API HRESULT SHCreateStreamOnFileW(LPCWSTR path, DWORD mode, IStream** stream);

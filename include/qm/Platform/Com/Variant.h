@@ -70,23 +70,23 @@ struct VARIANT
 };
 using VARIANTARG = VARIANT;
 
-void VariantInit(VARIANT* value);
+QM_API void VariantInit(VARIANT* value);
 // Frees what the variant owns (a BSTR, an interface reference) and makes it empty.
-HRESULT VariantClear(VARIANT* value);
-HRESULT VariantCopy(VARIANT* destination, const VARIANT* source);
+QM_API HRESULT VariantClear(VARIANT* value);
+QM_API HRESULT VariantCopy(VARIANT* destination, const VARIANT* source);
 // Converts to vt: integers and floats from text are strict (surrounding blanks and a sign
 // allowed; anything else DISP_E_TYPEMISMATCH, out of range DISP_E_OVERFLOW); booleans
 // read "true"/"false" in any case or a number; booleans become "True"/"False"; floats
 // become their shortest round-trip text; VT_EMPTY reads as 0, "" or false; VT_NULL
 // converts to nothing else. The flags change nothing: booleans always become words.
 // destination may be source; on failure it is left as it was.
-HRESULT VariantChangeType(VARIANT* destination, const VARIANT* source, USHORT flags, VARTYPE vt);
+QM_API HRESULT VariantChangeType(VARIANT* destination, const VARIANT* source, USHORT flags, VARTYPE vt);
 // The same conversions: the locale is not consulted.
-HRESULT VariantChangeTypeEx(VARIANT* destination, const VARIANT* source, LCID lcid, USHORT flags, VARTYPE vt);
+QM_API HRESULT VariantChangeTypeEx(VARIANT* destination, const VARIANT* source, LCID lcid, USHORT flags, VARTYPE vt);
 
 // Owns one VARIANT. Copies and strings that cannot be allocated throw
 // qm::HResultException(E_OUTOFMEMORY).
-class CComVariant : public VARIANT
+class QM_API CComVariant : public VARIANT
 {
 public:
     CComVariant() noexcept { VariantInit(this); }

@@ -63,5 +63,5 @@ QM_DECLARE_IID(IFileOperation, "{947AAB5F-0A5C-4C13-B4D6-4BF7836FC9F8}")
 inline constexpr CLSID CLSID_FileOperation = qm::ParseGuid("{3AD05575-8857-4850-9277-11B85BDB8E09}");
 
 // The platform's classes made by identifier: the file operation.
-HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void** ppv);
+QM_API HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void** ppv);
 constexpr DWORD CLSCTX_ALL = 0x17;

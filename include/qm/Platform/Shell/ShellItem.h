@@ -61,6 +61,6 @@ QM_DECLARE_IID(IShellItemArray, "{B63EA76D-1F85-456F-A19C-48159EFA858B}")
 
 // A shell item for an existing file or folder; a missing one gives
 // HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND). bindContext is not used.
-HRESULT SHCreateItemFromParsingName(LPCWSTR path, void* bindContext, REFIID riid, void** ppv);
+QM_API HRESULT SHCreateItemFromParsingName(LPCWSTR path, void* bindContext, REFIID riid, void** ppv);
 // An array holding the items given.
-HRESULT SHCreateShellItemArrayFromShellItems(IShellItem* const* items, UINT count, IShellItemArray** array);
+QM_API HRESULT SHCreateShellItemArrayFromShellItems(IShellItem* const* items, UINT count, IShellItemArray** array);

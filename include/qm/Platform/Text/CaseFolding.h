@@ -7,15 +7,15 @@
 
 namespace qm
 {
-wstring FoldCase(wstring_view text);
+QM_API wstring FoldCase(wstring_view text);
 // <0, 0, >0 as the folded texts compare.
-int CompareNoCase(wstring_view a, wstring_view b) noexcept;
+QM_API int CompareNoCase(wstring_view a, wstring_view b) noexcept;
 inline bool EqualsNoCase(wstring_view a, wstring_view b) noexcept
 {
     return a.size() == b.size() && CompareNoCase(a, b) == 0;
 }
 // The first place where needle stands in haystack, ignoring case; npos when it does not.
-std::size_t FindNoCase(wstring_view haystack, wstring_view needle) noexcept;
+QM_API std::size_t FindNoCase(wstring_view haystack, wstring_view needle) noexcept;
 
 // Ordering for maps and sets keyed by text that ignores case.
 struct NoCaseLess
@@ -25,8 +25,8 @@ struct NoCaseLess
 };
 
 // The roles of upper- and lower-casing a string: simple mappings of each code point.
-wstring ToUpper(wstring_view text);
-wstring ToLower(wstring_view text);
+QM_API wstring ToUpper(wstring_view text);
+QM_API wstring ToLower(wstring_view text);
 // The Unicode White_Space property.
-bool IsSpace(char32_t c) noexcept;
+QM_API bool IsSpace(char32_t c) noexcept;
 } // namespace qm

@@ -10,7 +10,7 @@ namespace win32
 {
 // Thrown by the strict conversions; carries the platform's error code and the direction
 // (1: UTF-16 to UTF-8, 2: UTF-8 to UTF-16).
-class Utf8ConversionException : public std::runtime_error
+class QM_API Utf8ConversionException : public std::runtime_error
 {
 public:
     enum ConversionType : std::uint32_t
@@ -35,18 +35,18 @@ private:
 // Strict UTF-16 to UTF-8: an unpaired surrogate throws Utf8ConversionException
 // ("Invalid UTF-16 sequence found in input string."); an input longer than 0x7FFFFFFF
 // code units throws std::overflow_error.
-std::string Utf16ToUtf8(wstring_view text);
+QM_API std::string Utf16ToUtf8(wstring_view text);
 // Strict UTF-8 to UTF-16: malformed UTF-8 throws Utf8ConversionException.
-wstring Utf8ToUtf16(std::string_view text);
+QM_API wstring Utf8ToUtf16(std::string_view text);
 } // namespace win32
 
 namespace qm
 {
 // Non-throwing forms: E_INVALIDARG (and last error ERROR_NO_UNICODE_TRANSLATION) for
 // malformed input; the output is left empty then.
-HRESULT ToUtf8(wstring_view text, std::string& out);
-HRESULT ToUtf16(std::string_view text, wstring& out);
+QM_API HRESULT ToUtf8(wstring_view text, std::string& out);
+QM_API HRESULT ToUtf16(std::string_view text, wstring& out);
 
 // Whether text is well-formed UTF-16 (no unpaired surrogate).
-bool IsValidUtf16(wstring_view text) noexcept;
+QM_API bool IsValidUtf16(wstring_view text) noexcept;
 } // namespace qm

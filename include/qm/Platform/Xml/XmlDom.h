@@ -207,4 +207,4 @@ inline constexpr CLSID CLSID_DOMDocument60 = qm::ParseGuid("{88D96A05-F192-11D4-
 inline constexpr CLSID CLSID_FreeThreadedDOMDocument60 = qm::ParseGuid("{88D96A06-F192-11D4-A65F-0040963251E5}");
 
 // Creates an empty document of either class.
-HRESULT CreateXmlDocument(REFCLSID clsid, IXMLDOMDocument2** document);
+QM_API HRESULT CreateXmlDocument(REFCLSID clsid, IXMLDOMDocument2** document);

@@ -1,6 +1,7 @@
 // A file system for tests: it passes calls to another one, and fails the calls a test
 // chooses with the error it chooses, so that every error path can be reached without
-// root or special mounts. It also counts calls and can report chosen devices.
+// root or special mounts. It also records the calls in their order, and can report chosen
+// devices.
 #pragma once
 
 #include "Platform/Kernel/FileSystem.h"
@@ -45,10 +46,20 @@ public:
         Device,
     };
 
+    // One call as it came here: the path is the first path argument, or the path a handle
+    // was opened with; target is the second path of a rename, a link or a copy.
+    struct Call
+    {
+        Operation operation;
+        wstring path;
+        wstring target;
+    };
+
     explicit FaultInjectingFileSystem(IFileSystem& inner);
 
     // The next `count` calls of operation (-1: every call) fail with errno `error`, only
-    // where the call's path contains pathPart, if that is given.
+    // where the call's path (for a handle, the path it was opened with) contains
+    // pathPart, if that is given.
     void Fail(Operation operation, int error, int count = 1, wstring pathPart = {});
     // Device reports `device` for paths that begin with prefix.
     void SetDevice(wstring prefix, std::uint64_t device);
@@ -56,6 +67,8 @@ public:
     void SetMountTop(wstring prefix, wstring top);
     // How many calls of the operation came here, failed or not.
     int Calls(Operation operation) const;
+    // Every call so far, failed or not, in the order they came.
+    std::vector<Call> History() const;
 
     HRESULT Exists(wstring_view path) override;
     HRESULT GetAttributes(wstring_view path, FileAttributes& attributes, bool ofLinkItself) override;
@@ -98,19 +111,24 @@ private:
     template <class Value>
     std::optional<Value> LongestPrefix(const std::vector<std::pair<wstring, Value>>& table, wstring_view path) const;
     // Counts the call; true (with the failure in hr) when a fault applies to it.
-    bool Inject(Operation operation, wstring_view path, HRESULT& hr);
+    bool Inject(Operation operation, wstring_view path, wstring_view target, HRESULT& hr);
     // The injected failure, or what the forwarded call gives.
-    template <class Forward>
-    HRESULT Call(Operation operation, wstring_view path, Forward&& forward)
+    template <class Inner>
+    HRESULT Forward(Operation operation, wstring_view path, Inner&& inner, wstring_view target = {})
     {
         HRESULT hr;
-        return Inject(operation, path, hr) ? hr : forward();
+        return Inject(operation, path, target, hr) ? hr : inner();
     }
+    // The path a handle was opened with; empty for one opened elsewhere.
+    wstring PathOf(const FileHandle& file) const;
+    HRESULT Open(Operation operation, wstring_view path, FileHandle& file);
 
     IFileSystem& m_inner;
     mutable std::mutex m_lock;
     std::vector<Fault> m_faults;
     std::map<Operation, int> m_calls;
+    std::vector<Call> m_history;
+    std::map<int, wstring> m_handlePaths;
     std::vector<std::pair<wstring, std::uint64_t>> m_devices;
     std::vector<std::pair<wstring, wstring>> m_mountTops;
 };

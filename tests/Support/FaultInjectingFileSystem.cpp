@@ -1,4 +1,4 @@
-#include "Platform/Kernel/FaultInjectingFileSystem.h"
+#include "Support/FaultInjectingFileSystem.h"
 
 #include "Platform/Com/LastError.h"
 
@@ -47,10 +47,37 @@ std::optional<Value> FaultInjectingFileSystem::LongestPrefix(const std::vector<s
     return found;
 }
 
-bool FaultInjectingFileSystem::Inject(Operation operation, wstring_view path, HRESULT& hr)
+std::vector<FaultInjectingFileSystem::Call> FaultInjectingFileSystem::History() const
+{
+    std::lock_guard guard(m_lock);
+    return m_history;
+}
+
+wstring FaultInjectingFileSystem::PathOf(const FileHandle& file) const
+{
+    std::lock_guard guard(m_lock);
+    auto found = m_handlePaths.find(file.Descriptor());
+    return found == m_handlePaths.end() ? wstring() : found->second;
+}
+
+HRESULT FaultInjectingFileSystem::Open(Operation operation, wstring_view path, FileHandle& file)
+{
+    HRESULT hr = Forward(operation, path, [&] {
+        return operation == Operation::OpenRead ? m_inner.OpenRead(path, file) : m_inner.OpenExclusiveWrite(path, file);
+    });
+    if (SUCCEEDED(hr) && file.IsOpen())
+    {
+        std::lock_guard guard(m_lock);
+        m_handlePaths[file.Descriptor()] = wstring(path);
+    }
+    return hr;
+}
+
+bool FaultInjectingFileSystem::Inject(Operation operation, wstring_view path, wstring_view target, HRESULT& hr)
 {
     std::lock_guard guard(m_lock);
     ++m_calls[operation];
+    m_history.push_back({operation, wstring(path), wstring(target)});
     for (Fault& fault : m_faults)
     {
         if (fault.operation != operation || fault.remaining == 0)
@@ -67,72 +94,72 @@ bool FaultInjectingFileSystem::Inject(Operation operation, wstring_view path, HR
 
 HRESULT FaultInjectingFileSystem::Exists(wstring_view path)
 {
-    return Call(Operation::Exists, path, [&] { return m_inner.Exists(path); });
+    return Forward(Operation::Exists, path, [&] { return m_inner.Exists(path); });
 }
 
 HRESULT FaultInjectingFileSystem::GetAttributes(wstring_view path, FileAttributes& attributes, bool ofLinkItself)
 {
-    return Call(Operation::GetAttributes, path, [&] { return m_inner.GetAttributes(path, attributes, ofLinkItself); });
+    return Forward(Operation::GetAttributes, path, [&] { return m_inner.GetAttributes(path, attributes, ofLinkItself); });
 }
 
 HRESULT FaultInjectingFileSystem::IsReadOnlyVolume(wstring_view path)
 {
-    return Call(Operation::IsReadOnlyVolume, path, [&] { return m_inner.IsReadOnlyVolume(path); });
+    return Forward(Operation::IsReadOnlyVolume, path, [&] { return m_inner.IsReadOnlyVolume(path); });
 }
 
 HRESULT FaultInjectingFileSystem::IsFolderWritable(wstring_view folder)
 {
-    return Call(Operation::IsFolderWritable, folder, [&] { return m_inner.IsFolderWritable(folder); });
+    return Forward(Operation::IsFolderWritable, folder, [&] { return m_inner.IsFolderWritable(folder); });
 }
 
 HRESULT FaultInjectingFileSystem::SetReadOnly(wstring_view path, bool readOnly)
 {
-    return Call(Operation::SetReadOnly, path, [&] { return m_inner.SetReadOnly(path, readOnly); });
+    return Forward(Operation::SetReadOnly, path, [&] { return m_inner.SetReadOnly(path, readOnly); });
 }
 
 HRESULT FaultInjectingFileSystem::DeleteFile(wstring_view path)
 {
-    return Call(Operation::DeleteFile, path, [&] { return m_inner.DeleteFile(path); });
+    return Forward(Operation::DeleteFile, path, [&] { return m_inner.DeleteFile(path); });
 }
 
 HRESULT FaultInjectingFileSystem::Rename(wstring_view from, wstring_view to)
 {
-    return Call(Operation::Rename, from, [&] { return m_inner.Rename(from, to); });
+    return Forward(Operation::Rename, from, [&] { return m_inner.Rename(from, to); }, to);
 }
 
 HRESULT FaultInjectingFileSystem::RenameReplacing(wstring_view from, wstring_view to)
 {
-    return Call(Operation::RenameReplacing, from, [&] { return m_inner.RenameReplacing(from, to); });
+    return Forward(Operation::RenameReplacing, from, [&] { return m_inner.RenameReplacing(from, to); }, to);
 }
 
 HRESULT FaultInjectingFileSystem::HardLink(wstring_view from, wstring_view to)
 {
-    return Call(Operation::HardLink, from, [&] { return m_inner.HardLink(from, to); });
+    return Forward(Operation::HardLink, from, [&] { return m_inner.HardLink(from, to); }, to);
 }
 
 HRESULT FaultInjectingFileSystem::CopyFile(wstring_view from, wstring_view to)
 {
-    return Call(Operation::CopyFile, from, [&] { return m_inner.CopyFile(from, to); });
+    return Forward(Operation::CopyFile, from, [&] { return m_inner.CopyFile(from, to); }, to);
 }
 
 HRESULT FaultInjectingFileSystem::SetPermissions(wstring_view path, std::uint32_t mode)
 {
-    return Call(Operation::SetPermissions, path, [&] { return m_inner.SetPermissions(path, mode); });
+    return Forward(Operation::SetPermissions, path, [&] { return m_inner.SetPermissions(path, mode); });
 }
 
 HRESULT FaultInjectingFileSystem::CreateFolders(wstring_view path)
 {
-    return Call(Operation::CreateFolders, path, [&] { return m_inner.CreateFolders(path); });
+    return Forward(Operation::CreateFolders, path, [&] { return m_inner.CreateFolders(path); });
 }
 
 HRESULT FaultInjectingFileSystem::RemoveEmptyFolder(wstring_view path)
 {
-    return Call(Operation::RemoveEmptyFolder, path, [&] { return m_inner.RemoveEmptyFolder(path); });
+    return Forward(Operation::RemoveEmptyFolder, path, [&] { return m_inner.RemoveEmptyFolder(path); });
 }
 
 HRESULT FaultInjectingFileSystem::MountTop(wstring_view path, wstring& top)
 {
-    return Call(Operation::MountTop, path, [&] {
+    return Forward(Operation::MountTop, path, [&] {
         if (auto chosen = LongestPrefix(m_mountTops, path))
         {
             top = *chosen;
@@ -144,67 +171,71 @@ HRESULT FaultInjectingFileSystem::MountTop(wstring_view path, wstring& top)
 
 HRESULT FaultInjectingFileSystem::CreateExclusive(wstring_view path)
 {
-    return Call(Operation::CreateExclusive, path, [&] { return m_inner.CreateExclusive(path); });
+    return Forward(Operation::CreateExclusive, path, [&] { return m_inner.CreateExclusive(path); });
 }
 
 HRESULT FaultInjectingFileSystem::ReadWholeFile(wstring_view path, std::vector<std::uint8_t>& bytes)
 {
-    return Call(Operation::ReadWholeFile, path, [&] { return m_inner.ReadWholeFile(path, bytes); });
+    return Forward(Operation::ReadWholeFile, path, [&] { return m_inner.ReadWholeFile(path, bytes); });
 }
 
 HRESULT FaultInjectingFileSystem::ListFolder(wstring_view path, std::vector<FolderEntry>& entries)
 {
-    return Call(Operation::ListFolder, path, [&] { return m_inner.ListFolder(path, entries); });
+    return Forward(Operation::ListFolder, path, [&] { return m_inner.ListFolder(path, entries); });
 }
 
 HRESULT FaultInjectingFileSystem::OpenRead(wstring_view path, FileHandle& file)
 {
-    return Call(Operation::OpenRead, path, [&] { return m_inner.OpenRead(path, file); });
+    return Open(Operation::OpenRead, path, file);
 }
 
 HRESULT FaultInjectingFileSystem::OpenExclusiveWrite(wstring_view path, FileHandle& file)
 {
-    return Call(Operation::OpenExclusiveWrite, path, [&] { return m_inner.OpenExclusiveWrite(path, file); });
+    return Open(Operation::OpenExclusiveWrite, path, file);
 }
 
 HRESULT FaultInjectingFileSystem::Read(FileHandle& file, void* buffer, std::size_t size, std::size_t& done)
 {
-    return Call(Operation::Read, wstring_view(), [&] { return m_inner.Read(file, buffer, size, done); });
+    return Forward(Operation::Read, PathOf(file), [&] { return m_inner.Read(file, buffer, size, done); });
 }
 
 HRESULT FaultInjectingFileSystem::Write(FileHandle& file, const void* data, std::size_t size)
 {
-    return Call(Operation::Write, wstring_view(), [&] { return m_inner.Write(file, data, size); });
+    return Forward(Operation::Write, PathOf(file), [&] { return m_inner.Write(file, data, size); });
 }
 
 HRESULT FaultInjectingFileSystem::Seek(FileHandle& file, std::int64_t offset, int origin, std::uint64_t& position)
 {
-    return Call(Operation::Seek, wstring_view(), [&] { return m_inner.Seek(file, offset, origin, position); });
+    return Forward(Operation::Seek, PathOf(file), [&] { return m_inner.Seek(file, offset, origin, position); });
 }
 
 HRESULT FaultInjectingFileSystem::Size(FileHandle& file, std::uint64_t& size)
 {
-    return Call(Operation::Size, wstring_view(), [&] { return m_inner.Size(file, size); });
+    return Forward(Operation::Size, PathOf(file), [&] { return m_inner.Size(file, size); });
 }
 
 HRESULT FaultInjectingFileSystem::Fsync(FileHandle& file)
 {
-    return Call(Operation::Fsync, wstring_view(), [&] { return m_inner.Fsync(file); });
+    return Forward(Operation::Fsync, PathOf(file), [&] { return m_inner.Fsync(file); });
 }
 
 HRESULT FaultInjectingFileSystem::FsyncFolder(wstring_view folder)
 {
-    return Call(Operation::FsyncFolder, folder, [&] { return m_inner.FsyncFolder(folder); });
+    return Forward(Operation::FsyncFolder, folder, [&] { return m_inner.FsyncFolder(folder); });
 }
 
 HRESULT FaultInjectingFileSystem::Close(FileHandle& file)
 {
-    return Call(Operation::Close, wstring_view(), [&] { return m_inner.Close(file); });
+    const int descriptor = file.Descriptor();
+    HRESULT hr = Forward(Operation::Close, PathOf(file), [&] { return m_inner.Close(file); });
+    std::lock_guard guard(m_lock);
+    m_handlePaths.erase(descriptor);
+    return hr;
 }
 
 HRESULT FaultInjectingFileSystem::Device(wstring_view path, std::uint64_t& device)
 {
-    return Call(Operation::Device, path, [&] {
+    return Forward(Operation::Device, path, [&] {
         if (auto chosen = LongestPrefix(m_devices, path))
         {
             device = *chosen;

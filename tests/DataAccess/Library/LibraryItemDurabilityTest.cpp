@@ -1,0 +1,86 @@
+// The order in which a save reaches the disk: the new content is synced before it takes
+// the sidecar's name, and the folder after the rename, so that a crash at any instant
+// leaves the old sidecar or the new one, and a save that returned is on disk.
+#include "DataAccess/Library/ClipTestSupport.h"
+#include "Support/FaultInjectingFileSystem.h"
+#include "qm/LibrarySettings.h"
+
+using namespace qmtest;
+using qm::FaultInjectingFileSystem;
+using Op = FaultInjectingFileSystem::Operation;
+using Quillmar::Library::Native::LibrarySettings;
+
+namespace
+{
+// The calls that make a write durable, in order, each with the file or folder it touched;
+// a run of writes to one file counts once.
+std::vector<std::pair<Op, std::u16string>> DurableSteps(const FaultInjectingFileSystem& faults)
+{
+    std::vector<std::pair<Op, std::u16string>> steps;
+    for (const FaultInjectingFileSystem::Call& call : faults.History())
+    {
+        switch (call.operation)
+        {
+        case Op::Write:
+        case Op::Fsync:
+        case Op::FsyncFolder:
+            if (steps.empty() || steps.back() != std::pair(call.operation, call.path))
+                steps.emplace_back(call.operation, call.path);
+            break;
+        case Op::Rename:
+        case Op::RenameReplacing:
+            steps.emplace_back(call.operation, call.path + u" -> " + call.target);
+            break;
+        default:
+            break;
+        }
+    }
+    return steps;
+}
+
+class DurabilityTest : public ClipTest
+{
+protected:
+    void TearDown() override
+    {
+        LibrarySettings::DisableSafeWrite(false);
+        ClipTest::TearDown();
+    }
+    // The durable steps of one save of the item.
+    std::vector<std::pair<Op, std::u16string>> StepsOfSave(ILibraryItem* item)
+    {
+        FaultInjectingFileSystem faults(qm::FileSystem());
+        qm::ScopedFileSystem scoped(faults);
+        EXPECT_EQ(item->Save(), S_OK);
+        return DurableSteps(faults);
+    }
+};
+} // namespace
+
+TEST_F(DurabilityTest, ASafeSaveWritesSyncsRenamesAndSyncsTheFolderInThatOrder)
+{
+    ComPtr<ILibraryItem> item = Clip("a.mp4");
+    ASSERT_EQ(item->put_Color(u"Color1"), S_OK);
+    ASSERT_EQ(item->Save(), S_OK);
+    ASSERT_EQ(item->put_Color(u"Color2"), S_OK);
+
+    const std::u16string sidecar = m_dir.U16("a.mp4.quilclip");
+    const std::u16string temporary = sidecar + u".temp";
+    const std::vector<std::pair<Op, std::u16string>> expected{{Op::Write, temporary},
+                                                               {Op::Fsync, temporary},
+                                                               {Op::RenameReplacing, temporary + u" -> " + sidecar},
+                                                               {Op::FsyncFolder, m_dir.U16()}};
+    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+}
+
+TEST_F(DurabilityTest, AnInPlaceSaveSyncsTheFileBeforeItReturns)
+{
+    ComPtr<ILibraryItem> item = Clip("a.mp4");
+    const std::u16string sidecar = m_dir.U16("a.mp4.quilclip");
+    const std::vector<std::pair<Op, std::u16string>> expected{{Op::Write, sidecar}, {Op::Fsync, sidecar}};
+    // A first save has no sidecar to replace; a later one is in place when safe writes are off.
+    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+    LibrarySettings::DisableSafeWrite(true);
+    ASSERT_EQ(item->put_Color(u"Color2"), S_OK);
+    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+}
