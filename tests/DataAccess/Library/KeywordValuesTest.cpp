@@ -73,7 +73,9 @@ TEST(KeywordValuesTest, PlacesStayRightThroughMovesRemovalsAndCompactions)
         }
         ASSERT_EQ(model.size(), values.size());
         if (step % 97 == 0)
+        {
             ASSERT_EQ(model, ByPlace(values)) << step;
+        }
     }
     EXPECT_EQ(model, ByPlace(values));
     EXPECT_EQ(model, values.ToVector());

@@ -323,7 +323,9 @@ TEST_F(FactoryTest, ThreadsLookingUpOverlappingPathsShareOneItemPerPath)
             for (int round = 0; round < 20; ++round)
             {
                 if ((t + round) % paths.size() == p)
+                {
                     EXPECT_EQ(seen[t][round], item.Get()) << "thread " << t << ", round " << round;
+                }
             }
     }
 }
