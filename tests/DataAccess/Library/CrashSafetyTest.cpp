@@ -1,5 +1,7 @@
 // A clip saved over and over by a child process that is killed at random moments: the
-// sidecar left behind is always one whole version, never cut off or missing.
+// sidecar left behind is always one whole version, never cut off or missing. And a clip
+// saved by several processes at once while another reads it: every read finds one whole
+// version.
 #include "DataAccess/Library/ClipTestSupport.h"
 #include "DataAccess/Library/XmlNodeAccess.h"
 #include "Platform/Xml/XmlDocumentHelpers.h"
@@ -50,7 +52,12 @@ enum ChildExit
     kSetupFailed = 3,
     kSaveFailed = 4,
     kRanOut = 5,
+    kTornAfterSave = 6,
 };
+
+constexpr HRESULT kSharingViolation = static_cast<HRESULT>(0x80070020u);
+constexpr int kRacingWriters = 3;
+constexpr auto kRaceTime = std::chrono::seconds(3);
 
 int KillCount()
 {
@@ -323,6 +330,112 @@ std::chrono::microseconds SaveFirstVersions(const std::u16string& media)
     return longest;
 }
 } // namespace
+
+namespace
+{
+// A writer of the race: saves until the deadline. A save may lose to another writer with
+// a sharing violation; one that answers S_OK has left a whole file. It sends how many
+// saves succeeded, or the code of the first failure of another kind.
+[[noreturn]] void RunRacingSaver(const std::u16string& media, const std::string& sidecar, std::int64_t first,
+                                 std::chrono::steady_clock::time_point deadline, int fd)
+{
+    OpenClip clip;
+    if (FAILED(clip.Open(media)))
+        _exit(kSetupFailed);
+    std::int64_t saved = 0;
+    for (std::int64_t n = first; std::chrono::steady_clock::now() < deadline; ++n)
+    {
+        const HRESULT hr = clip.SaveVersion(n);
+        std::string problem;
+        if (hr == S_OK && !ReadSidecar(sidecar, problem))
+            _exit(kTornAfterSave);
+        if (hr != S_OK && hr != kSharingViolation)
+        {
+            Send(fd, static_cast<std::int64_t>(static_cast<unsigned>(hr)));
+            _exit(kSaveFailed);
+        }
+        saved += hr == S_OK;
+    }
+    Send(fd, saved);
+    _exit(0);
+}
+
+bool AnyRunning(std::vector<pid_t>& pids, std::vector<int>& statuses)
+{
+    bool running = false;
+    for (std::size_t i = 0; i < pids.size(); ++i)
+    {
+        if (pids[i] > 0 && ::waitpid(pids[i], &statuses[i], WNOHANG) == pids[i])
+            pids[i] = 0;
+        running = running || pids[i] > 0;
+    }
+    return running;
+}
+} // namespace
+
+TEST(CrashSafety, ProcessesSavingOneClipAtOnceNeverShowAReaderAPartOfAFile)
+{
+    TempDir dir;
+    const std::string sidecar = dir / "a.mp4.quilclip";
+    WriteFile(dir / "a.mp4", "media");
+    const std::u16string media = dir.U16("a.mp4");
+    SaveFirstVersions(media);
+
+    const auto deadline = std::chrono::steady_clock::now() + kRaceTime;
+    std::vector<pid_t> pids(kRacingWriters, 0);
+    std::vector<int> statuses(kRacingWriters, 0), pipes(kRacingWriters, -1);
+    for (int writer = 0; writer < kRacingWriters; ++writer)
+    {
+        int fds[2];
+        ASSERT_EQ(::pipe(fds), 0);
+        pids[writer] = ::fork();
+        if (pids[writer] == 0)
+        {
+            ::close(fds[0]);
+            RunRacingSaver(media, sidecar, (writer + 1) * kCountersPerChild, deadline, fds[1]);
+        }
+        ::close(fds[1]);
+        pipes[writer] = fds[0];
+        ASSERT_GT(pids[writer], 0);
+    }
+
+    // The reader: the file as it is, and now and then the clip through a library of its own.
+    int reads = 0, torn = 0, loads = 0, emptyLoads = 0;
+    std::string firstProblem;
+    while (AnyRunning(pids, statuses))
+    {
+        std::string problem;
+        ++reads;
+        if (!ReadSidecar(sidecar, problem) && torn++ == 0)
+            firstProblem = problem + "; " + Describe(sidecar);
+        if (reads % 8 == 0)
+        {
+            OpenClip clip;
+            ++loads;
+            emptyLoads += FAILED(clip.Open(media)) || clip.item->get_Color().empty();
+            clip.Close();
+        }
+    }
+
+    std::int64_t saves = 0;
+    for (int writer = 0; writer < kRacingWriters; ++writer)
+    {
+        std::int64_t report = -1;
+        const bool reported = ::read(pipes[writer], &report, sizeof report) == static_cast<ssize_t>(sizeof report);
+        ::close(pipes[writer]);
+        EXPECT_TRUE(WIFEXITED(statuses[writer]) && WEXITSTATUS(statuses[writer]) == 0)
+            << "writer " << writer << " ended with " << statuses[writer]
+            << (reported ? ", reporting " + Hex(static_cast<HRESULT>(report)) : std::string());
+        saves += reported ? report : 0;
+    }
+    std::cout << "[ race     ] " << kRacingWriters << " writers finished " << saves << " saves; " << reads
+              << " reads, " << torn << " torn; " << loads << " loads, " << emptyLoads << " empty" << std::endl;
+    EXPECT_EQ(torn, 0) << firstProblem;
+    EXPECT_EQ(emptyLoads, 0);
+    EXPECT_GT(saves, 0);
+    std::string problem;
+    EXPECT_TRUE(ReadSidecar(sidecar, problem)) << problem;
+}
 
 TEST(CrashSafety, ASaveKilledAtAnyMomentLeavesTheOldOrTheNewSidecarWhole)
 {
