@@ -41,6 +41,8 @@ namespace
 {
 // Well over one 64 KB write of the document.
 constexpr std::size_t kPayloadChars = 160 * 1024;
+// Small enough for many saves a second, so that writers meet often.
+constexpr std::size_t kRacePayloadChars = 2 * 1024;
 // What a child sends once it is about to save for the first time.
 constexpr std::int64_t kReady = -1;
 // Counters of one child stay below those of the next.
@@ -77,14 +79,21 @@ std::u16string Number(std::int64_t n)
 std::u16string Color(std::int64_t n) { return u"Color" + Number(n); }
 
 // A text that only version n has, ending in a mark so that a cut shows.
-std::u16string Payload(std::int64_t n)
+std::u16string Payload(std::int64_t n, std::size_t chars)
 {
     const std::u16string piece = Number(n) + u';';
     std::u16string text;
-    text.reserve(kPayloadChars + 2 * piece.size() + 8);
-    while (text.size() < kPayloadChars)
+    text.reserve(chars + 2 * piece.size() + 8);
+    while (text.size() < chars)
         text += piece;
     return text + u"end" + Number(n);
+}
+
+bool IsPayloadOf(std::int64_t n, const std::u16string& text)
+{
+    const std::u16string piece = Number(n) + u';';
+    return text.size() > piece.size() && (text.size() - 3 - Number(n).size()) % piece.size() == 0 &&
+           text == Payload(n, text.size() - 3 - Number(n).size());
 }
 
 // A clip opened through a factory of its own.
@@ -93,6 +102,7 @@ struct OpenClip
     ComPtr<ILibraryItemFactory> factory;
     ComPtr<ILibraryItem> item;
     ComPtr<IMDDataBlob> blob;
+    std::size_t payloadChars = kPayloadChars;
 
     HRESULT Open(const std::u16string& media)
     {
@@ -109,7 +119,7 @@ struct OpenClip
     {
         HRESULT hr = item->put_Color(Color(n));
         if (SUCCEEDED(hr))
-            hr = blob->SetData(u"payload", Payload(n).c_str());
+            hr = blob->SetData(u"payload", Payload(n, payloadChars).c_str());
         return SUCCEEDED(hr) ? item->Save() : hr;
     }
     void Close()
@@ -185,7 +195,7 @@ std::optional<std::int64_t> ReadSidecar(const std::string& path, std::string& pr
     ComPtr<IXMLDOMNode> data;
     std::u16string payload;
     if (SelectNode(root.Get(), u"//Data[@Id='payload']", data) != S_OK || FAILED(GetNodeText(data.Get(), payload)) ||
-        payload != Payload(n))
+        !IsPayloadOf(n, payload))
     {
         problem = "holds " + Narrow(*color) + " without its whole payload (" + std::to_string(payload.size()) +
                   " characters)";
@@ -340,6 +350,7 @@ namespace
                                  std::chrono::steady_clock::time_point deadline, int fd)
 {
     OpenClip clip;
+    clip.payloadChars = kRacePayloadChars;
     if (FAILED(clip.Open(media)))
         _exit(kSetupFailed);
     std::int64_t saved = 0;
