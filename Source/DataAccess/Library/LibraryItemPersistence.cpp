@@ -12,6 +12,8 @@
 #include "Platform/Kernel/FileApi.h"
 #include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
+#include "Platform/Kernel/SideFilePath.h"
+#include "Platform/Text/Format.h"
 #include "Platform/Xml/XmlDocumentHelpers.h"
 #include "qm/LibrarySettings.h"
 #include "qm/Platform/Com/Stream.h"
@@ -23,6 +25,8 @@ namespace
 {
 constexpr int kReplaceAttempts = 4;
 constexpr DWORD kReplaceRetryWait = 200;
+// How many kept copies of unreadable sidecars one clip may gather.
+constexpr int kMaxDamagedCopies = 1000;
 
 unsigned Code(HRESULT hr) { return static_cast<unsigned>(hr); }
 
@@ -55,6 +59,27 @@ HRESULT WriteToStream(IXMLDOMDocument* document, IStream* stream, const wstring&
     if (FAILED(hr))
         QMLog(1, u"Error when saving library item to file '%s', 0x%08x", path.c_str(), Code(hr));
     return hr;
+}
+
+// A sidecar that could not be read is moved to a name of its own beside it before a save
+// replaces it, so that nothing the user had is lost to the empty clip that was loaded.
+// An earlier kept copy is never replaced.
+HRESULT SetUnreadableSidecarAside(const wstring& sidecar)
+{
+    if (!PathFileExistsW(sidecar))
+        return S_OK;
+    for (int copy = 0; copy < kMaxDamagedCopies; ++copy)
+    {
+        const wstring suffix = copy == 0 ? wstring(u".damaged") : u".damaged." + qm::FormatW(u"%d", copy);
+        const wstring kept = qm::SideFilePath(sidecar, suffix);
+        const HRESULT hr = qm::FileSystem().Rename(sidecar, kept);
+        if (hr == HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS))
+            continue;
+        if (SUCCEEDED(hr))
+            QMLog(2, u"Kept the unreadable file %s as %s", sidecar.c_str(), kept.c_str());
+        return hr;
+    }
+    return HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS);
 }
 
 // The replace, tried again after a wait while another process shares the sidecar.
@@ -131,12 +156,17 @@ HRESULT CLibraryItem::EnsureLoaded()
     }
     ComPtr<IXMLDOMNode> node;
     const wstring sidecarPath = get_SidecarPath();
+    m_sidecarUnreadable = false;
     if (PathFileExistsW(sidecarPath))
-        QMLogHRESULT(LoadItemNode(mediaPath, sidecarPath, node.GetAddressOf()));
+    {
+        const HRESULT loaded = LoadItemNode(mediaPath, sidecarPath, node.GetAddressOf());
+        QMLogHRESULT(loaded);
+        m_sidecarUnreadable = FAILED(loaded);
+    }
     if (!node)
     {
-        // A missing or damaged sidecar: the clip comes up empty, and the next save replaces
-        // what is on disk.
+        // A missing or damaged sidecar: the clip comes up empty, and the next save sets
+        // a damaged one aside before it writes.
         QMCheckHRESULT(CreateItemNode(node.GetAddressOf(), mediaPath, ItemKindOfPath(mediaPath), GUID_NULL, true));
         QMCheckCondition(node, E_UNEXPECTED);
     }
@@ -346,6 +376,11 @@ HRESULT CLibraryItem::Save()
     const wstring sidecarPath = get_SidecarPath();
     QMCheckHRESULT(ProbeFolderForWriting(sidecarPath));
     QMCheckHRESULT(WriteTypeElement(clone.Get(), ItemKindOfPath(mediaPath)));
+    if (m_sidecarUnreadable)
+    {
+        QMCheckHRESULT(SetUnreadableSidecarAside(sidecarPath));
+        m_sidecarUnreadable = false;
+    }
     if (!PathFileExistsW(sidecarPath) || LibrarySettings::DisableSafeWrite())
         QMCheckHRESULT(SaveDocument(document.Get(), sidecarPath));
     else
@@ -363,8 +398,8 @@ HRESULT CLibraryItem::SaveDocument(IXMLDOMDocument* document, const wstring& sid
 
 HRESULT CLibraryItem::SaveSafely(IXMLDOMDocument* document, const wstring& sidecarPath)
 {
-    const wstring temporary = sidecarPath + u".temp";
-    const wstring backup = sidecarPath + u".backup";
+    const wstring temporary = qm::SideFilePath(sidecarPath, u".temp");
+    const wstring backup = qm::SideFilePath(sidecarPath, u".backup");
     ComPtr<IStream> stream;
     QMCheckHRESULT(OpenWriteStream(temporary, stream));
     QMCheckHRESULT(WriteToStream(document, stream.Get(), temporary));

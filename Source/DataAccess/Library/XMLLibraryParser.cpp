@@ -5,6 +5,7 @@
 #include "Platform/Text/Format.h"
 #include "Platform/Text/Scan.h"
 #include "qm/Platform/Com/ComPtr.h"
+#include "qm/Platform/Com/Stream.h"
 #include "qm/Platform/Kernel/Time.h"
 
 namespace Quillmar::Library::Native
@@ -37,6 +38,33 @@ void LogReadFailure(wstring_view sidecarPath, IXMLDOMParseError* error)
     const wstring text(reason.View());
     QMLog(1, u"Failed to read file '%s', reason: %s, line %d, pos %d", path.c_str(), text.c_str(), line, column);
 }
+
+// The sidecar's stream, refused before a byte is read when it is no regular file (a FIFO
+// would block, a device never end) or larger than any sidecar.
+HRESULT OpenSidecar(wstring_view sidecarPath, ComPtr<IStream>& stream)
+{
+    HRESULT hr = SHCreateStreamOnFileEx(wstring(sidecarPath).c_str(), STGM_READ | STGM_SHARE_DENY_WRITE, 0, FALSE,
+                                        nullptr, stream.ReleaseAndGetAddressOf());
+    if (FAILED(hr))
+        return hr;
+    STATSTG stat{};
+    hr = stream->Stat(&stat, STATFLAG_NONAME);
+    if (FAILED(hr))
+        return hr;
+    if (stat.cbSize.QuadPart > kMaxSidecarBytes)
+    {
+        const wstring path(sidecarPath);
+        QMLog(1, u"File '%s' is larger than %llu bytes and is not read", path.c_str(),
+              static_cast<unsigned long long>(kMaxSidecarBytes));
+        return HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE);
+    }
+    return S_OK;
+}
+
+bool IsRefusedFile(HRESULT hr)
+{
+    return hr == HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE) || hr == HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE);
+}
 } // namespace
 
 HRESULT LoadItemNode(wstring_view mediaPath, wstring_view sidecarPath, IXMLDOMNode** ppXMLNode)
@@ -45,10 +73,14 @@ HRESULT LoadItemNode(wstring_view mediaPath, wstring_view sidecarPath, IXMLDOMNo
     *ppXMLNode = nullptr;
     ComPtr<IXMLDOMDocument> document;
     ComPtr<IXMLDOMParseError> error;
-    if (FAILED(LoadDocumentFromFile(sidecarPath, document.GetAddressOf(), error.GetAddressOf(), false)))
+    ComPtr<IStream> stream;
+    HRESULT hr = OpenSidecar(sidecarPath, stream);
+    if (SUCCEEDED(hr))
+        hr = LoadDocumentFromStream(stream.Get(), document.GetAddressOf(), error.GetAddressOf(), false);
+    if (FAILED(hr))
     {
         LogReadFailure(sidecarPath, error.Get());
-        return E_FAIL;
+        return IsRefusedFile(hr) ? hr : E_FAIL;
     }
     ComPtr<IXMLDOMDocument2> document2;
     document.As(&document2);

@@ -6,11 +6,18 @@
 #include "qm/Platform/Kernel/FileTime.h"
 #include "qm/Platform/Xml/XmlDom.h"
 
+#include <cstdint>
+
 namespace Quillmar::Library::Native
 {
+// The largest sidecar that is read; anything bigger is no sidecar this system wrote.
+constexpr std::uint64_t kMaxSidecarBytes = 256ull << 20;
+
 // Loads a sidecar and gives its LIBRARY_ITEM node, with FILE_NAME appended holding the
 // media path it was loaded for. A file that cannot be read or parsed is logged and
-// gives E_FAIL.
+// gives E_FAIL; one that is no regular file gives HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE),
+// one larger than kMaxSidecarBytes HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), both without
+// reading it.
 HRESULT LoadItemNode(wstring_view mediaPath, wstring_view sidecarPath, IXMLDOMNode** ppXMLNode);
 // A new document whose root LIBRARY_ITEM holds NAME, ID (a new one for a zero id),
 // VERSION "2.0" with subversion 1, FILE_NAME if asked, and THUMBNAIL_INDEX "0" for a

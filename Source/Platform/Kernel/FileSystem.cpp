@@ -28,6 +28,43 @@ wstring_view FolderOf(wstring_view path)
         return u".";
     return slash == 0 ? path.substr(0, 1) : path.substr(0, slash);
 }
+
+wstring_view NameOf(wstring_view path)
+{
+    const std::size_t slash = path.find_last_of(u'/');
+    return slash == wstring_view::npos ? path : path.substr(slash + 1);
+}
+
+HRESULT Refuse(DWORD code)
+{
+    SetLastError(code);
+    return HRESULT_FROM_WIN32(code);
+}
+
+// The files of a replace were there a moment ago: a name that has gone since, or a
+// backup name taken since it was freed, means that another process is replacing the
+// same file. That is a sharing violation, which the caller waits for and tries again.
+HRESULT Contended(HRESULT hr)
+{
+    if (hr == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) || hr == HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND) ||
+        hr == HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS))
+        return Refuse(ERROR_SHARING_VIOLATION);
+    return hr;
+}
+
+// Whether two paths name one entry of one folder, however they are spelt. A folder that
+// cannot be looked at holds neither.
+bool NameTheSameEntry(wstring_view first, wstring_view second)
+{
+    if (first == second)
+        return true;
+    if (NameOf(first) != NameOf(second))
+        return false;
+    FileAttributes one, other;
+    return SUCCEEDED(FileSystem().GetAttributes(FolderOf(first), one, false)) &&
+           SUCCEEDED(FileSystem().GetAttributes(FolderOf(second), other, false)) && one.device == other.device &&
+           one.inode == other.inode;
+}
 } // namespace
 
 FileHandle& FileHandle::operator=(FileHandle&& other) noexcept
@@ -75,17 +112,20 @@ HRESULT ReplaceFileWithBackup(wstring_view replaced, wstring_view replacement, w
 {
     IFileSystem& fileSystem = FileSystem();
     FileAttributes attributes;
-    HRESULT hr = fileSystem.GetAttributes(replaced, attributes, false);
+    HRESULT hr = fileSystem.GetAttributes(replaced, attributes, true);
     if (FAILED(hr))
         return hr;
+    // A link is never written through, nor silently replaced by a file of its own.
+    if (attributes.isSymlink)
+        return Refuse(ERROR_CANT_RESOLVE_FILENAME);
     if (attributes.readOnly)
-    {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return E_ACCESSDENIED;
-    }
+        return Refuse(ERROR_ACCESS_DENIED);
+    // Deleting such a backup would delete the file itself.
+    if (!backup.empty() && NameTheSameEntry(replaced, backup))
+        return Refuse(ERROR_INVALID_PARAMETER);
     hr = fileSystem.SetPermissions(replacement, attributes.mode & 07777);
     if (FAILED(hr))
-        return hr;
+        return Contended(hr);
     if (!backup.empty())
     {
         hr = fileSystem.DeleteFile(backup);
@@ -95,11 +135,11 @@ HRESULT ReplaceFileWithBackup(wstring_view replaced, wstring_view replacement, w
         if (FAILED(hr) && IsLinkRefused(GetLastError()))
             hr = fileSystem.CopyFile(replaced, backup);
         if (FAILED(hr))
-            return hr;
+            return Contended(hr);
     }
     hr = fileSystem.RenameReplacing(replacement, replaced);
     if (FAILED(hr))
-        return hr;
+        return Contended(hr);
     return fileSystem.FsyncFolder(FolderOf(replaced));
 }
 } // namespace qm

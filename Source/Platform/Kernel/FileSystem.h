@@ -30,6 +30,10 @@ struct FileAttributes
     // The owner's write bit is clear, or this process may not write the file.
     bool readOnly = false;
     std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t links = 0;
+    // What tells one version of the file from another: the full modification time, the
+    // size and the inode.
     FileStamp stamp;
 };
 
@@ -105,10 +109,14 @@ public:
     virtual HRESULT ReadWholeFile(wstring_view path, std::vector<std::uint8_t>& bytes) = 0;
     virtual HRESULT ListFolder(wstring_view path, std::vector<FolderEntry>& entries) = 0;
 
+    // Regular files only (ERROR_BAD_FILE_TYPE otherwise); never blocks on a FIFO.
     virtual HRESULT OpenRead(wstring_view path, FileHandle& file) = 0;
     // A new or truncated file for this writer alone: never through a symbolic link; an
     // exclusive lock taken before truncating, so a second writer gets a sharing violation
-    // and truncates nothing; a read-only file is refused, also for root.
+    // and truncates nothing; a file that is no longer at the path once locked (another
+    // writer renamed it) is a sharing violation too; a read-only file, or one with a
+    // second name, is refused, also for root; a file that is not regular is refused
+    // without blocking.
     virtual HRESULT OpenExclusiveWrite(wstring_view path, FileHandle& file) = 0;
     // Reads up to size bytes; 0 at the end.
     virtual HRESULT Read(FileHandle& file, void* buffer, std::size_t size, std::size_t& done) = 0;
@@ -142,7 +150,11 @@ private:
 // instant. The replacement gets the replaced file's permission bits; the old content
 // stays in backup (if one is named; an existing backup goes first), through a hard link
 // or a copy where links are refused; the folder is made durable after the rename.
-// Refused with E_ACCESSDENIED when the replaced file may not be written.
+// Refused with E_ACCESSDENIED when the replaced file may not be written, with
+// ERROR_CANT_RESOLVE_FILENAME when it is a symbolic link, and with ERROR_INVALID_PARAMETER
+// when the backup names the replaced file itself. A file of the replace that vanishes, or
+// a backup name taken meanwhile, tells of another process replacing the same file: that
+// gives the sharing violation.
 HRESULT ReplaceFileWithBackup(wstring_view replaced, wstring_view replacement, wstring_view backup);
 
 // The one place where paths change form: 16-bit text to UTF-8 bytes and back.

@@ -60,11 +60,57 @@ std::string ParentOf(const std::string& path)
     if (HRESULT hr_ = ToNativePath(path, variable); FAILED(hr_)) \
         return hr_
 
-bool IsReadOnlyByRule(const std::string& path, mode_t mode, bool ofLinkItself)
+// A file is read-only when its owner's write bit is clear or this process may not write
+// it. A path that vanished between the look at its mode and the access check was taken
+// by another process: that is a sharing violation, not a refusal.
+HRESULT IsReadOnlyByRule(const std::string& path, mode_t mode, bool ofLinkItself, bool& readOnly)
 {
-    if ((mode & S_IWUSR) == 0)
-        return true;
-    return faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS | (ofLinkItself ? AT_SYMLINK_NOFOLLOW : 0)) != 0;
+    readOnly = (mode & S_IWUSR) == 0;
+    if (readOnly)
+        return S_OK;
+    if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS | (ofLinkItself ? AT_SYMLINK_NOFOLLOW : 0)) == 0)
+        return S_OK;
+    if (errno == ENOENT || errno == ENOTDIR)
+        return Failure(EBUSY);
+    if (errno != EACCES && errno != EPERM && errno != EROFS && errno != ETXTBSY)
+        return LastErrno();
+    readOnly = true;
+    return S_OK;
+}
+
+// What is not a regular file is never read or written as one: a FIFO would block, a
+// device would never end.
+HRESULT NotARegularFile()
+{
+    SetLastError(ERROR_BAD_FILE_TYPE);
+    return HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE);
+}
+
+HRESULT ClearNonBlocking(int descriptor)
+{
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    if (flags < 0 || ::fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) != 0)
+        return LastErrno();
+    return S_OK;
+}
+
+// The locked descriptor must still be the one file at the path: another writer may have
+// renamed it elsewhere between the open and the lock, and a second name would let a
+// truncation reach another file.
+HRESULT CheckStillAtPath(const std::string& path, const struct stat& opened)
+{
+    struct stat current;
+    if (::lstat(path.c_str(), &current) != 0)
+    {
+        if (errno == ENOENT || errno == ENOTDIR)
+            return Failure(EBUSY);
+        return LastErrno();
+    }
+    if (current.st_dev != opened.st_dev || current.st_ino != opened.st_ino || opened.st_nlink == 0)
+        return Failure(EBUSY);
+    if (opened.st_nlink > 1)
+        return Failure(EACCES);
+    return S_OK;
 }
 
 HRESULT WriteAll(int descriptor, const void* data, std::size_t size)
@@ -121,8 +167,9 @@ HRESULT LinuxFileSystem::GetAttributes(wstring_view path, FileAttributes& attrib
     attributes.isDirectory = S_ISDIR(info.stx_mode);
     attributes.isSymlink = S_ISLNK(info.stx_mode);
     attributes.device = makedev(info.stx_dev_major, info.stx_dev_minor);
-    attributes.readOnly = IsReadOnlyByRule(native, info.stx_mode, ofLinkItself);
-    return S_OK;
+    attributes.inode = info.stx_ino;
+    attributes.links = info.stx_nlink;
+    return IsReadOnlyByRule(native, info.stx_mode, ofLinkItself, attributes.readOnly);
 }
 
 HRESULT LinuxFileSystem::IsReadOnlyVolume(wstring_view path)
@@ -379,24 +426,52 @@ HRESULT LinuxFileSystem::ListFolder(wstring_view path, std::vector<FolderEntry>&
 HRESULT LinuxFileSystem::OpenRead(wstring_view path, FileHandle& file)
 {
     QM_NATIVE(native, path);
-    file = FileHandle(Retry([&] { return ::open(native.c_str(), O_RDONLY | O_CLOEXEC); }));
-    return file.IsOpen() ? S_OK : LastErrno();
-}
-
-HRESULT LinuxFileSystem::OpenExclusiveWrite(wstring_view path, FileHandle& file)
-{
-    QM_NATIVE(native, path);
-    FileHandle opened(Retry([&] { return ::open(native.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0666); }));
+    // Non-blocking, so that opening a FIFO returns at once and is refused below.
+    FileHandle opened(Retry([&] { return ::open(native.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
     if (!opened.IsOpen())
         return LastErrno();
     struct stat info;
     if (::fstat(opened.Descriptor(), &info) != 0)
         return LastErrno();
-    // Root may write anything: the read-only mark must still hold for it.
-    if (IsReadOnlyByRule(native, info.st_mode, true))
-        return Failure(EACCES);
+    if (S_ISDIR(info.st_mode))
+        return Failure(EISDIR);
+    if (!S_ISREG(info.st_mode))
+        return NotARegularFile();
+    if (HRESULT hr = ClearNonBlocking(opened.Descriptor()); FAILED(hr))
+        return hr;
+    file = std::move(opened);
+    return S_OK;
+}
+
+HRESULT LinuxFileSystem::OpenExclusiveWrite(wstring_view path, FileHandle& file)
+{
+    QM_NATIVE(native, path);
+    FileHandle opened(Retry([&] {
+        return ::open(native.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+    }));
+    if (!opened.IsOpen())
+        // A FIFO without a reader, a socket or a device without its driver.
+        return errno == ENXIO || errno == EOPNOTSUPP ? NotARegularFile() : LastErrno();
+    struct stat info;
+    if (::fstat(opened.Descriptor(), &info) != 0)
+        return LastErrno();
+    if (!S_ISREG(info.st_mode))
+        return NotARegularFile();
     if (Retry([&] { return ::flock(opened.Descriptor(), LOCK_EX | LOCK_NB); }) != 0)
         return errno == EWOULDBLOCK ? Failure(EBUSY) : LastErrno();
+    // The lock is only worth something on the file that is still at the path.
+    if (::fstat(opened.Descriptor(), &info) != 0)
+        return LastErrno();
+    if (HRESULT hr = CheckStillAtPath(native, info); FAILED(hr))
+        return hr;
+    // Root may write anything: the read-only mark must still hold for it.
+    bool readOnly = false;
+    if (HRESULT hr = IsReadOnlyByRule(native, info.st_mode, true, readOnly); FAILED(hr))
+        return hr;
+    if (readOnly)
+        return Failure(EACCES);
+    if (HRESULT hr = ClearNonBlocking(opened.Descriptor()); FAILED(hr))
+        return hr;
     if (Retry([&] { return ::ftruncate(opened.Descriptor(), 0); }) != 0)
         return LastErrno();
     file = std::move(opened);

@@ -253,6 +253,8 @@ private:
     bool m_isReadOnly = false;
     bool m_isAttachedToFile;
     bool m_loadPending = true;
+    // The last load found a sidecar it could not read: the next save sets it aside first.
+    bool m_sidecarUnreadable = false;
     REFERENCE_TIME m_thumbnailTime = -1;
     wstring m_id;
     FILETIME m_sidecarWriteTime{};

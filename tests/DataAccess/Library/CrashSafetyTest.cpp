@@ -1,5 +1,7 @@
 // A clip saved over and over by a child process that is killed at random moments: the
-// sidecar left behind is always one whole version, never cut off or missing.
+// sidecar left behind is always one whole version, never cut off or missing. And a clip
+// saved by several processes at once while another reads it: every read finds one whole
+// version.
 #include "DataAccess/Library/ClipTestSupport.h"
 #include "DataAccess/Library/XmlNodeAccess.h"
 #include "Platform/Xml/XmlDocumentHelpers.h"
@@ -39,6 +41,8 @@ namespace
 {
 // Well over one 64 KB write of the document.
 constexpr std::size_t kPayloadChars = 160 * 1024;
+// Small enough for many saves a second, so that writers meet often.
+constexpr std::size_t kRacePayloadChars = 2 * 1024;
 // What a child sends once it is about to save for the first time.
 constexpr std::int64_t kReady = -1;
 // Counters of one child stay below those of the next.
@@ -50,7 +54,12 @@ enum ChildExit
     kSetupFailed = 3,
     kSaveFailed = 4,
     kRanOut = 5,
+    kTornAfterSave = 6,
 };
+
+constexpr HRESULT kSharingViolation = static_cast<HRESULT>(0x80070020u);
+constexpr int kRacingWriters = 3;
+constexpr auto kRaceTime = std::chrono::seconds(3);
 
 int KillCount()
 {
@@ -70,14 +79,21 @@ std::u16string Number(std::int64_t n)
 std::u16string Color(std::int64_t n) { return u"Color" + Number(n); }
 
 // A text that only version n has, ending in a mark so that a cut shows.
-std::u16string Payload(std::int64_t n)
+std::u16string Payload(std::int64_t n, std::size_t chars)
 {
     const std::u16string piece = Number(n) + u';';
     std::u16string text;
-    text.reserve(kPayloadChars + 2 * piece.size() + 8);
-    while (text.size() < kPayloadChars)
+    text.reserve(chars + 2 * piece.size() + 8);
+    while (text.size() < chars)
         text += piece;
     return text + u"end" + Number(n);
+}
+
+bool IsPayloadOf(std::int64_t n, const std::u16string& text)
+{
+    const std::u16string piece = Number(n) + u';';
+    return text.size() > piece.size() && (text.size() - 3 - Number(n).size()) % piece.size() == 0 &&
+           text == Payload(n, text.size() - 3 - Number(n).size());
 }
 
 // A clip opened through a factory of its own.
@@ -86,6 +102,7 @@ struct OpenClip
     ComPtr<ILibraryItemFactory> factory;
     ComPtr<ILibraryItem> item;
     ComPtr<IMDDataBlob> blob;
+    std::size_t payloadChars = kPayloadChars;
 
     HRESULT Open(const std::u16string& media)
     {
@@ -102,7 +119,7 @@ struct OpenClip
     {
         HRESULT hr = item->put_Color(Color(n));
         if (SUCCEEDED(hr))
-            hr = blob->SetData(u"payload", Payload(n).c_str());
+            hr = blob->SetData(u"payload", Payload(n, payloadChars).c_str());
         return SUCCEEDED(hr) ? item->Save() : hr;
     }
     void Close()
@@ -178,7 +195,7 @@ std::optional<std::int64_t> ReadSidecar(const std::string& path, std::string& pr
     ComPtr<IXMLDOMNode> data;
     std::u16string payload;
     if (SelectNode(root.Get(), u"//Data[@Id='payload']", data) != S_OK || FAILED(GetNodeText(data.Get(), payload)) ||
-        payload != Payload(n))
+        !IsPayloadOf(n, payload))
     {
         problem = "holds " + Narrow(*color) + " without its whole payload (" + std::to_string(payload.size()) +
                   " characters)";
@@ -323,6 +340,113 @@ std::chrono::microseconds SaveFirstVersions(const std::u16string& media)
     return longest;
 }
 } // namespace
+
+namespace
+{
+// A writer of the race: saves until the deadline. A save may lose to another writer with
+// a sharing violation; one that answers S_OK has left a whole file. It sends how many
+// saves succeeded, or the code of the first failure of another kind.
+[[noreturn]] void RunRacingSaver(const std::u16string& media, const std::string& sidecar, std::int64_t first,
+                                 std::chrono::steady_clock::time_point deadline, int fd)
+{
+    OpenClip clip;
+    clip.payloadChars = kRacePayloadChars;
+    if (FAILED(clip.Open(media)))
+        _exit(kSetupFailed);
+    std::int64_t saved = 0;
+    for (std::int64_t n = first; std::chrono::steady_clock::now() < deadline; ++n)
+    {
+        const HRESULT hr = clip.SaveVersion(n);
+        std::string problem;
+        if (hr == S_OK && !ReadSidecar(sidecar, problem))
+            _exit(kTornAfterSave);
+        if (hr != S_OK && hr != kSharingViolation)
+        {
+            Send(fd, static_cast<std::int64_t>(static_cast<unsigned>(hr)));
+            _exit(kSaveFailed);
+        }
+        saved += hr == S_OK;
+    }
+    Send(fd, saved);
+    _exit(0);
+}
+
+bool AnyRunning(std::vector<pid_t>& pids, std::vector<int>& statuses)
+{
+    bool running = false;
+    for (std::size_t i = 0; i < pids.size(); ++i)
+    {
+        if (pids[i] > 0 && ::waitpid(pids[i], &statuses[i], WNOHANG) == pids[i])
+            pids[i] = 0;
+        running = running || pids[i] > 0;
+    }
+    return running;
+}
+} // namespace
+
+TEST(CrashSafety, ProcessesSavingOneClipAtOnceNeverShowAReaderAPartOfAFile)
+{
+    TempDir dir;
+    const std::string sidecar = dir / "a.mp4.quilclip";
+    WriteFile(dir / "a.mp4", "media");
+    const std::u16string media = dir.U16("a.mp4");
+    SaveFirstVersions(media);
+
+    const auto deadline = std::chrono::steady_clock::now() + kRaceTime;
+    std::vector<pid_t> pids(kRacingWriters, 0);
+    std::vector<int> statuses(kRacingWriters, 0), pipes(kRacingWriters, -1);
+    for (int writer = 0; writer < kRacingWriters; ++writer)
+    {
+        int fds[2];
+        ASSERT_EQ(::pipe(fds), 0);
+        pids[writer] = ::fork();
+        if (pids[writer] == 0)
+        {
+            ::close(fds[0]);
+            RunRacingSaver(media, sidecar, (writer + 1) * kCountersPerChild, deadline, fds[1]);
+        }
+        ::close(fds[1]);
+        pipes[writer] = fds[0];
+        ASSERT_GT(pids[writer], 0);
+    }
+
+    // The reader: the file as it is, and now and then the clip through a library of its own.
+    int reads = 0, torn = 0, loads = 0, emptyLoads = 0;
+    std::string firstProblem;
+    while (AnyRunning(pids, statuses))
+    {
+        std::string problem;
+        ++reads;
+        if (!ReadSidecar(sidecar, problem) && torn++ == 0)
+            firstProblem = problem + "; " + Describe(sidecar);
+        if (reads % 8 == 0)
+        {
+            OpenClip clip;
+            ++loads;
+            emptyLoads += FAILED(clip.Open(media)) || clip.item->get_Color().empty();
+            clip.Close();
+        }
+    }
+
+    std::int64_t saves = 0;
+    for (int writer = 0; writer < kRacingWriters; ++writer)
+    {
+        std::int64_t report = -1;
+        const bool reported = ::read(pipes[writer], &report, sizeof report) == static_cast<ssize_t>(sizeof report);
+        ::close(pipes[writer]);
+        EXPECT_TRUE(WIFEXITED(statuses[writer]) && WEXITSTATUS(statuses[writer]) == 0)
+            << "writer " << writer << " ended with " << statuses[writer]
+            << (reported ? ", reporting " + Hex(static_cast<HRESULT>(report)) : std::string());
+        saves += reported ? report : 0;
+    }
+    std::cout << "[ race     ] " << kRacingWriters << " writers finished " << saves << " saves; " << reads
+              << " reads, " << torn << " torn; " << loads << " loads, " << emptyLoads << " empty" << std::endl;
+    EXPECT_EQ(torn, 0) << firstProblem;
+    EXPECT_EQ(emptyLoads, 0);
+    EXPECT_GT(saves, 0);
+    std::string problem;
+    EXPECT_TRUE(ReadSidecar(sidecar, problem)) << problem;
+}
 
 TEST(CrashSafety, ASaveKilledAtAnyMomentLeavesTheOldOrTheNewSidecarWhole)
 {

@@ -4,8 +4,16 @@
 #include "Support/FaultInjectingFileSystem.h"
 #include "qm/LibrarySettings.h"
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace qmtest;
 using qm::FaultInjectingFileSystem;
@@ -41,6 +49,31 @@ protected:
 };
 
 constexpr HRESULT kSharingViolation = static_cast<HRESULT>(0x80070020u);
+
+// Runs call; if it is still blocked on the FIFO after a few seconds, opening the FIFO's
+// other end again and again lets it go, and it counts as blocked.
+template <class Call>
+bool ReturnsWithoutBlocking(const std::string& fifo, int otherEnd, Call call)
+{
+    std::atomic<bool> done{false};
+    std::thread watchdog([&] {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!done && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        while (!done)
+        {
+            const int fd = ::open(fifo.c_str(), otherEnd | O_NONBLOCK);
+            if (fd >= 0)
+                ::close(fd);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+    const auto start = std::chrono::steady_clock::now();
+    call();
+    done = true;
+    watchdog.join();
+    return std::chrono::steady_clock::now() - start < std::chrono::seconds(5);
+}
 } // namespace
 
 TEST_F(SaveTest, TheSafeRouteReplacesTheSidecarAndLeavesNoSideFiles)
@@ -150,6 +183,14 @@ TEST_F(SaveTest, SideFilesThatAreLinksElsewhereAreNotWrittenThrough)
     EXPECT_EQ(m_item->Save(), S_OK);
     EXPECT_EQ(ReadFile(elsewhere), "keep");
     EXPECT_FALSE(std::filesystem::is_symlink(Sidecar("a.mp4") + ".backup"));
+
+    // A sidecar that is a link is read through it, but never replaced or written through.
+    std::filesystem::rename(Sidecar("a.mp4"), elsewhere);
+    std::filesystem::create_symlink(elsewhere, Sidecar("a.mp4"));
+    const std::string before = ReadFile(elsewhere);
+    EXPECT_EQ(m_item->Save(), HRESULT_FROM_WIN32(ERROR_CANT_RESOLVE_FILENAME));
+    EXPECT_EQ(ReadFile(elsewhere), before);
+    EXPECT_TRUE(std::filesystem::is_symlink(Sidecar("a.mp4")));
 }
 
 TEST_F(SaveTest, DetachedItemsAndMarkersFlushButDoNotWrite)
@@ -179,4 +220,93 @@ TEST_F(SaveTest, ADirtyExtensionKeepsTheClipLoadedThroughUnload)
     // Unloaded: the unsaved colour change went with the node, the file's content came back.
     EXPECT_EQ(m_item->get_Color(), u"");
     EXPECT_EQ(Marker(m_item.Get())->get_ID().size(), 38u);
+}
+
+TEST_F(SaveTest, AnUnreadableSidecarIsKeptBesideItBeforeASaveReplacesIt)
+{
+    const std::string sidecar = Sidecar("b.mp4");
+    const std::string cut = "<LIBRARY_ITEM><NAME>b</NAME><VERSION subvers";
+    WriteFile(sidecar, cut);
+    ComPtr<ILibraryItem> item = Clip("b.mp4");
+    EXPECT_EQ(item->get_Color(), u""); // comes up empty
+    ASSERT_EQ(item->put_Color(u"Color4"), S_OK);
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_EQ(ReadFile(sidecar + ".damaged"), cut);
+    EXPECT_NE(ReadFile(sidecar).find("Color4"), std::string::npos);
+
+    // A second damaged file never replaces the first kept one, and a file that parses
+    // but holds no clip counts as damaged too.
+    WriteFile(sidecar, "<OTHER/>");
+    ComPtr<ILibraryItemFactory> factory;
+    ASSERT_EQ(CreateLibraryItemFactory(factory.GetAddressOf()), S_OK);
+    ComPtr<ILibraryItem> again;
+    ASSERT_EQ(factory->GetLibraryItem(m_dir.U16("b.mp4").c_str(), again.GetAddressOf()), S_OK);
+    EXPECT_EQ(again->get_Color(), u"");
+    ASSERT_EQ(again->Save(), S_OK);
+    EXPECT_EQ(ReadFile(sidecar + ".damaged"), cut);
+    EXPECT_EQ(ReadFile(sidecar + ".damaged.1"), "<OTHER/>");
+    // A sidecar that was read is replaced as always.
+    ASSERT_EQ(again->Save(), S_OK);
+    EXPECT_FALSE(std::filesystem::exists(sidecar + ".damaged.2"));
+    ComPtr<Quillmar::Library::Native::ILibraryItemFactoryEx> ex;
+    factory.As(&ex);
+    ex->Terminate();
+}
+
+TEST_F(SaveTest, SidecarsThatAreNoFilesLoadWithoutBlockingAndAreKept)
+{
+    // A FIFO as the sidecar: the clip comes up empty at once, and its save sets the FIFO aside.
+    const std::string fifo = Sidecar("f.mp4");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+    ComPtr<ILibraryItem> item;
+    EXPECT_TRUE(ReturnsWithoutBlocking(fifo, O_WRONLY, [&] { item = Clip("f.mp4"); }));
+    ASSERT_TRUE(item);
+    ASSERT_EQ(item->put_Color(u"Color5"), S_OK);
+    ASSERT_EQ(item->Save(), S_OK);
+    EXPECT_TRUE(std::filesystem::is_fifo(fifo + ".damaged"));
+    EXPECT_NE(ReadFile(fifo).find("Color5"), std::string::npos);
+
+    // A link to a device that never ends.
+    ASSERT_EQ(::symlink("/dev/zero", Sidecar("z.mp4").c_str()), 0);
+    ComPtr<ILibraryItem> zero = Clip("z.mp4");
+    ASSERT_TRUE(zero);
+    EXPECT_EQ(zero->get_Color(), u"");
+
+    // A FIFO as the temporary file: the save fails at once and the sidecar stays.
+    const std::string temp = Sidecar("a.mp4") + ".temp";
+    ASSERT_EQ(::mkfifo(temp.c_str(), 0644), 0);
+    const auto previous = std::signal(SIGPIPE, SIG_IGN);
+    HRESULT hr = S_OK;
+    EXPECT_TRUE(ReturnsWithoutBlocking(temp, O_RDONLY, [&] { hr = m_item->Save(); }));
+    std::signal(SIGPIPE, previous);
+    EXPECT_EQ(hr, HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE));
+    EXPECT_EQ(Content(), m_saved);
+}
+
+TEST_F(SaveTest, AStaleTemporaryFileWithASecondNameIsNeverWrittenInto)
+{
+    const std::string other = m_dir / "other.txt";
+    WriteFile(other, "keep");
+    ASSERT_EQ(::link(other.c_str(), (Sidecar("a.mp4") + ".temp").c_str()), 0);
+    EXPECT_EQ(m_item->Save(), E_ACCESSDENIED);
+    EXPECT_EQ(ReadFile(other), "keep");
+    EXPECT_EQ(Content(), m_saved);
+}
+
+TEST_F(SaveTest, MediaNamesNearTheLengthLimitSaveAgainAndAgain)
+{
+    // 246 bytes: the sidecar's name is 255 bytes, the longest there can be.
+    const std::string name = std::string(242, 'n') + ".mp4";
+    ComPtr<ILibraryItem> item = Clip(name);
+    for (const char16_t* color : {u"Color1", u"Color2", u"Color3"})
+    {
+        ASSERT_EQ(item->put_Color(color), S_OK);
+        ASSERT_EQ(item->Save(), S_OK) << std::string(color, color + 6).c_str();
+    }
+    EXPECT_NE(ReadFile(Sidecar(name)).find("Color3"), std::string::npos);
+    // Only the media and its sidecar, no side file left behind.
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(m_dir.Path()))
+        files += entry.path().filename().string().starts_with("nnnn");
+    EXPECT_EQ(files, 2);
 }

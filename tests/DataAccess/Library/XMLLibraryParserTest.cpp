@@ -8,7 +8,10 @@
 #include "qm/Logging.h"
 #include "qm/PersistXML.h"
 
+#include <algorithm>
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <string>
 #include <vector>
 
@@ -202,4 +205,26 @@ TEST(PersistXML, ImplementationTemplateDefaults)
     EXPECT_EQ(E_NOTIMPL, persist->Save(static_cast<IXMLDOMDocument*>(nullptr), nullptr));
     EXPECT_EQ(S_OK, persist->Load(nullptr, nullptr));
     EXPECT_EQ(S_OK, persist->Reset());
+}
+
+TEST_F(LoggedTest, LoadItemNodeRefusesWhatIsNoSidecarWithoutReadingIt)
+{
+    TempDir folder;
+    ComPtr<IXMLDOMNode> item;
+    // A device behind a link would never end; a FIFO would block.
+    ASSERT_EQ(0, ::symlink("/dev/zero", (folder / "zero.quilclip").c_str()));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE),
+              LoadItemNode(u"/m/zero", folder.U16("zero.quilclip"), item.GetAddressOf()));
+    ASSERT_EQ(0, ::mkfifo((folder / "fifo.quilclip").c_str(), 0644));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE),
+              LoadItemNode(u"/m/fifo", folder.U16("fifo.quilclip"), item.GetAddressOf()));
+    // A file past the bound, sparse so that it takes no room.
+    const std::string huge = folder / "huge.quilclip";
+    std::ofstream(huge) << "<LIBRARY_ITEM/>";
+    ASSERT_EQ(0, ::truncate(huge.c_str(), static_cast<off_t>(kMaxSidecarBytes + 1)));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE), LoadItemNode(u"/m/huge", folder.U16("huge.quilclip"), item.GetAddressOf()));
+    EXPECT_FALSE(item);
+    EXPECT_TRUE(std::any_of(m_lines.begin(), m_lines.end(), [](const std::string& line) {
+        return line.find("huge.quilclip' is larger than 268435456 bytes") != std::string::npos;
+    }));
 }

@@ -279,3 +279,89 @@ TEST_F(FileSystemTest, BackslashBelongsToTheNameAndNulIsRefused)
     std::string native;
     EXPECT_EQ(E_INVALIDARG, qm::ToNativePath(withNul, native));
 }
+
+TEST_F(FileSystemTest, FilesThatAreNotRegularAreRefusedWithoutBlocking)
+{
+    qm::IFileSystem& fileSystem = qm::FileSystem();
+    ASSERT_EQ(0, ::mkfifo(Native("fifo").c_str(), 0644));
+    qm::FileHandle file;
+    // Neither open waits for the other end of the pipe.
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE), fileSystem.OpenRead(Path("fifo"), file));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE), fileSystem.OpenExclusiveWrite(Path("fifo"), file));
+    EXPECT_FALSE(file.IsOpen());
+    // A device, also behind a link: never read as a file that does not end.
+    ASSERT_EQ(0, ::symlink("/dev/zero", Native("zero").c_str()));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE), fileSystem.OpenRead(Path("zero"), file));
+    std::vector<std::uint8_t> bytes;
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BAD_FILE_TYPE), fileSystem.ReadWholeFile(Path("zero"), bytes));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_DIRECTORY), fileSystem.OpenRead(m_folder.U16(), file));
+
+    // A regular file reads as before.
+    WriteFile(Native("plain"), "text");
+    ASSERT_EQ(S_OK, fileSystem.ReadWholeFile(Path("plain"), bytes));
+    EXPECT_EQ("text", std::string(bytes.begin(), bytes.end()));
+}
+
+TEST_F(FileSystemTest, ExclusiveWriteNeverTruncatesAFileWithASecondName)
+{
+    qm::IFileSystem& fileSystem = qm::FileSystem();
+    WriteFile(Native("other"), "keep");
+    ASSERT_EQ(0, ::link(Native("other").c_str(), Native("stale.temp").c_str()));
+    qm::FileHandle file;
+    EXPECT_EQ(E_ACCESSDENIED, fileSystem.OpenExclusiveWrite(Path("stale.temp"), file));
+    EXPECT_FALSE(file.IsOpen());
+    EXPECT_EQ("keep", ReadFile(Native("other")));
+    // Once it is the only name, the file is the writer's.
+    ASSERT_EQ(0, ::unlink(Native("other").c_str()));
+    ASSERT_EQ(S_OK, fileSystem.OpenExclusiveWrite(Path("stale.temp"), file));
+    EXPECT_EQ("", ReadFile(Native("stale.temp")));
+}
+
+TEST_F(FileSystemTest, ReplaceNeverDeletesTheFileAsItsOwnBackupNorWritesThroughALink)
+{
+    WriteFile(Native("a"), "old");
+    WriteFile(Native("a.temp"), "new");
+    // The same name, spelt alike or not.
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_PARAMETER), qm::ReplaceFileWithBackup(Path("a"), Path("a.temp"), Path("a")));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER), GetLastError());
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_PARAMETER),
+              qm::ReplaceFileWithBackup(Path("a"), Path("a.temp"), Path("./a")));
+    EXPECT_EQ("old", ReadFile(Native("a")));
+    EXPECT_EQ("new", ReadFile(Native("a.temp")));
+
+    // A replaced file that is a link: refused, the link and its target stay as they were.
+    WriteFile(Native("target"), "target");
+    ASSERT_EQ(0, ::symlink(Native("target").c_str(), Native("link").c_str()));
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CANT_RESOLVE_FILENAME),
+              qm::ReplaceFileWithBackup(Path("link"), Path("a.temp"), Path("link.backup")));
+    EXPECT_EQ("target", ReadFile(Native("target")));
+    struct stat info;
+    ASSERT_EQ(0, ::lstat(Native("link").c_str(), &info));
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
+    EXPECT_EQ("new", ReadFile(Native("a.temp")));
+}
+
+TEST_F(FileSystemTest, ReplaceMeetingAnotherReplaceOfTheSameFileIsASharingViolation)
+{
+    WriteFile(Native("a"), "old");
+    WriteFile(Native("a.temp"), "new");
+    const HRESULT sharing = HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION);
+    // Another writer linked its backup between the delete and the link, or moved a file
+    // of the replace away.
+    const std::pair<Operation, int> races[] = {
+        {Operation::HardLink, EEXIST}, {Operation::RenameReplacing, ENOENT}, {Operation::SetPermissions, ENOENT}};
+    for (const auto& [operation, error] : races)
+    {
+        m_faults.Fail(operation, error);
+        SetLastError(0);
+        EXPECT_EQ(sharing, qm::ReplaceFileWithBackup(Path("a"), Path("a.temp"), Path("a.backup")))
+            << static_cast<int>(operation);
+        EXPECT_EQ(static_cast<DWORD>(ERROR_SHARING_VIOLATION), GetLastError());
+        EXPECT_EQ("old", ReadFile(Native("a")));
+    }
+    // Other failures keep their codes.
+    m_faults.Fail(Operation::RenameReplacing, EIO);
+    EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_IO_DEVICE), qm::ReplaceFileWithBackup(Path("a"), Path("a.temp"), Path("a.backup")));
+    ASSERT_EQ(S_OK, qm::ReplaceFileWithBackup(Path("a"), Path("a.temp"), Path("a.backup")));
+    EXPECT_EQ("new", ReadFile(Native("a")));
+}
