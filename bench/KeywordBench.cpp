@@ -6,6 +6,8 @@
 #include "Platform/Xml/XmlParser.h"
 #include "qm/Library/KeywordMap.h"
 
+#include "MedianReporter.h"
+
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
 
@@ -69,46 +71,25 @@ constexpr int kLarge = 20000;
 BENCHMARK(Ours_Load)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond);
 BENCHMARK(Pugixml_Load)->Arg(kSmall)->Arg(kLarge)->Unit(benchmark::kMillisecond);
 
-class RatioReporter : public benchmark::ConsoleReporter
+class RatioReporter : public qmbench::MedianReporter
 {
 public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (!run.error_occurred && (run.run_type == Run::RT_Iteration || run.aggregate_name == "median"))
-                m_times[run.run_name.str()] = run.GetAdjustedRealTime();
-    }
-
-    void PrintRatios()
+    void PrintRatios() const
     {
         std::printf("\nRatios (our load / pugixml's parse of the same sidecar):\n");
         for (int values : {kSmall, kLarge})
         {
             const std::string suffix = "_Load/" + std::to_string(values);
-            std::printf("  one category of %6d values: %.2f\n", values, m_times["Ours" + suffix] / m_times["Pugixml" + suffix]);
+            std::printf("  one category of %6d values: %.2f\n", values, Time("Ours" + suffix) / Time("Pugixml" + suffix));
         }
     }
-
-private:
-    std::map<std::string, double> m_times;
 };
 } // namespace
 
 int main(int argc, char** argv)
 {
-    // Repeated, interleaved runs and their medians, as the machine's speed drifts; flags
-    // given on the command line come after these and win.
-    std::vector<char*> arguments(argv, argv + argc);
-    char repetitions[] = "--benchmark_repetitions=9";
-    char interleave[] = "--benchmark_enable_random_interleaving=true";
-    char aggregates[] = "--benchmark_report_aggregates_only=true";
-    arguments.insert(arguments.begin() + 1, {repetitions, interleave, aggregates});
-    argc = static_cast<int>(arguments.size());
-    argv = arguments.data();
-    benchmark::Initialize(&argc, argv);
     RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    qmbench::RunInterleaved(argc, argv, "--benchmark_repetitions=9", reporter);
     reporter.PrintRatios();
     benchmark::Shutdown();
     return 0;

@@ -7,6 +7,8 @@
 #include "Platform/Xml/XmlParser.h"
 #include "Platform/Xml/XmlWriter.h"
 
+#include "MedianReporter.h"
+
 #include <benchmark/benchmark.h>
 #include <expat.h>
 #include <libxml/parser.h>
@@ -172,18 +174,9 @@ BENCHMARK(Pugixml_Serialize)->Arg(kSidecar)->Arg(kLarge);
 BENCHMARK(Libxml2_Serialize)->Arg(kSidecar)->Arg(kLarge);
 
 // Collects each run's time per iteration, to print the ratios at the end.
-class RatioReporter : public benchmark::ConsoleReporter
+class RatioReporter : public qmbench::MedianReporter
 {
 public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        // With repetitions the median stands for the benchmark; without, the one run.
-        for (const Run& run : runs)
-            if (!run.error_occurred && (run.run_type == Run::RT_Iteration || run.aggregate_name == "median"))
-                m_times[run.run_name.str()] = run.GetAdjustedRealTime();
-    }
-
     void PrintRatios() const
     {
         std::printf("\nRatios (our time / other's time; below 1 is faster):\n");
@@ -208,32 +201,14 @@ public:
         }
     }
 
-private:
-    double Time(const std::string& name) const
-    {
-        auto found = m_times.find(name);
-        return found == m_times.end() ? 0.0 : found->second;
-    }
-
-    std::map<std::string, double> m_times;
 };
 } // namespace
 
 int main(int argc, char** argv)
 {
-    // The machine's speed drifts: repeated, interleaved runs and their medians make the
-    // ratios steady. Flags given on the command line come after these and win.
-    std::vector<char*> arguments(argv, argv + argc);
-    char repetitions[] = "--benchmark_repetitions=15";
-    char interleave[] = "--benchmark_enable_random_interleaving=true";
-    char aggregates[] = "--benchmark_report_aggregates_only=true";
-    arguments.insert(arguments.begin() + 1, {repetitions, interleave, aggregates});
-    argc = static_cast<int>(arguments.size());
-    argv = arguments.data();
-    benchmark::Initialize(&argc, argv);
-    std::printf("Documents: sidecar %zu bytes, large %zu bytes\n", Document(kSidecar).size(), Document(kLarge).size());
     RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
+    std::printf("Documents: sidecar %zu bytes, large %zu bytes\n", Document(kSidecar).size(), Document(kLarge).size());
+    qmbench::RunInterleaved(argc, argv, "--benchmark_repetitions=15", reporter);
     reporter.PrintRatios();
     benchmark::Shutdown();
     return 0;
