@@ -73,14 +73,25 @@ TEST_F(DurabilityTest, ASafeSaveWritesSyncsRenamesAndSyncsTheFolderInThatOrder)
     EXPECT_EQ(StepsOfSave(item.Get()), expected);
 }
 
-TEST_F(DurabilityTest, AnInPlaceSaveSyncsTheFileBeforeItReturns)
+TEST_F(DurabilityTest, ADirectSaveSyncsTheFileAndTheFolderOfANewSidecar)
 {
-    ComPtr<ILibraryItem> item = Clip("a.mp4");
     const std::u16string sidecar = m_dir.U16("a.mp4.quilclip");
-    const std::vector<std::pair<Op, std::u16string>> expected{{Op::Write, sidecar}, {Op::Fsync, sidecar}};
-    // A first save has no sidecar to replace; a later one is in place when safe writes are off.
-    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+    const std::vector<std::pair<Op, std::u16string>> created{
+        {Op::Write, sidecar}, {Op::Fsync, sidecar}, {Op::FsyncFolder, m_dir.U16()}};
+    // A first save has no sidecar to replace: the new name must last as well as its content.
+    ComPtr<ILibraryItem> item = Clip("a.mp4");
+    EXPECT_EQ(StepsOfSave(item.Get()), created);
+
+    // So also with safe writes off.
     LibrarySettings::DisableSafeWrite(true);
+    ComPtr<ILibraryItem> other = Clip("b.mp4");
+    const std::u16string otherSidecar = m_dir.U16("b.mp4.quilclip");
+    const std::vector<std::pair<Op, std::u16string>> otherCreated{
+        {Op::Write, otherSidecar}, {Op::Fsync, otherSidecar}, {Op::FsyncFolder, m_dir.U16()}};
+    EXPECT_EQ(StepsOfSave(other.Get()), otherCreated);
+
+    // In place over an existing sidecar, the folder does not change.
     ASSERT_EQ(item->put_Color(u"Color2"), S_OK);
-    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+    const std::vector<std::pair<Op, std::u16string>> inPlace{{Op::Write, sidecar}, {Op::Fsync, sidecar}};
+    EXPECT_EQ(StepsOfSave(item.Get()), inPlace);
 }
