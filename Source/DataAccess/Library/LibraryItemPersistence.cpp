@@ -405,10 +405,19 @@ HRESULT CLibraryItem::SaveDocument(IXMLDOMDocument* document, const wstring& sid
     return WriteToStream(document, stream.Get(), sidecarPath);
 }
 
-// A sidecar made by this save: its name lasts through a crash only once the folder is
-// synced.
+// A sidecar made by this save. It is made exclusively: one that another process made since
+// it was looked for is replaced whole by the safe route, never cut short in place. The new
+// name lasts through a crash only once the folder is synced.
 HRESULT CLibraryItem::SaveNewSidecar(IXMLDOMDocument* document, const wstring& sidecarPath)
 {
+    const HRESULT hr = qm::FileSystem().CreateExclusive(sidecarPath);
+    if (hr == HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) || hr == HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS))
+        return SaveSafely(document, sidecarPath);
+    if (FAILED(hr))
+    {
+        QMLog(1, u"Error when create stream on file '%s', 0x%08x", sidecarPath.c_str(), Code(hr));
+        return hr;
+    }
     QMCheckHRESULT(SaveDocument(document, sidecarPath));
     QMCheckHRESULT(SyncFolderOf(sidecarPath));
     return S_OK;
