@@ -12,6 +12,31 @@ void FaultInjectingFileSystem::Fail(Operation operation, int error, int count, w
     m_faults.push_back({operation, error, count, std::move(pathPart)});
 }
 
+void FaultInjectingFileSystem::Before(Operation operation, std::function<void()> action, wstring pathPart)
+{
+    std::lock_guard guard(m_lock);
+    m_hooks.push_back({operation, std::move(action), std::move(pathPart)});
+}
+
+void FaultInjectingFileSystem::RunHook(Operation operation, wstring_view path)
+{
+    std::function<void()> action;
+    {
+        std::lock_guard guard(m_lock);
+        for (auto hook = m_hooks.begin(); hook != m_hooks.end(); ++hook)
+            if (hook->operation == operation &&
+                (hook->pathPart.empty() || path.find(hook->pathPart) != wstring_view::npos))
+            {
+                action = std::move(hook->action);
+                m_hooks.erase(hook);
+                break;
+            }
+    }
+    // Outside the lock: the action may call the file system itself.
+    if (action)
+        action();
+}
+
 void FaultInjectingFileSystem::SetDevice(wstring prefix, std::uint64_t device)
 {
     std::lock_guard guard(m_lock);

@@ -6,6 +6,7 @@
 
 #include "Platform/Kernel/FileSystem.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -61,6 +62,9 @@ public:
     // where the call's path (for a handle, the path it was opened with) contains
     // pathPart, if that is given.
     void Fail(Operation operation, int error, int count = 1, wstring pathPart = {});
+    // action runs once, just before the next call of operation (where the call's path
+    // contains pathPart, if that is given) goes on: another process's move in a race.
+    void Before(Operation operation, std::function<void()> action, wstring pathPart = {});
     // Device reports `device` for paths that begin with prefix.
     void SetDevice(wstring prefix, std::uint64_t device);
     // MountTop reports `top` for paths that begin with prefix.
@@ -110,6 +114,15 @@ private:
     // The value of the longest prefix of path in table, or null.
     template <class Value>
     std::optional<Value> LongestPrefix(const std::vector<std::pair<wstring, Value>>& table, wstring_view path) const;
+    struct Hook
+    {
+        Operation operation;
+        std::function<void()> action;
+        wstring pathPart;
+    };
+
+    // Takes the hook that applies to the call, if any, and runs it.
+    void RunHook(Operation operation, wstring_view path);
     // Counts the call; true (with the failure in hr) when a fault applies to it.
     bool Inject(Operation operation, wstring_view path, wstring_view target, HRESULT& hr);
     // The injected failure, or what the forwarded call gives.
@@ -117,6 +130,7 @@ private:
     HRESULT Forward(Operation operation, wstring_view path, Inner&& inner, wstring_view target = {})
     {
         HRESULT hr;
+        RunHook(operation, path);
         return Inject(operation, path, target, hr) ? hr : inner();
     }
     // The path a handle was opened with; empty for one opened elsewhere.
@@ -126,6 +140,7 @@ private:
     IFileSystem& m_inner;
     mutable std::mutex m_lock;
     std::vector<Fault> m_faults;
+    std::vector<Hook> m_hooks;
     std::map<Operation, int> m_calls;
     std::vector<Call> m_history;
     std::map<int, wstring> m_handlePaths;

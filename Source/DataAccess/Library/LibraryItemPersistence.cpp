@@ -42,6 +42,13 @@ HRESULT ProbeFolderForWriting(const wstring& file)
     return hr == S_OK ? S_OK : E_ACCESSDENIED;
 }
 
+HRESULT SyncFolderOf(const wstring& file)
+{
+    wstring folder = file;
+    PathRemoveFileSpecW(folder);
+    return qm::FileSystem().FsyncFolder(folder);
+}
+
 HRESULT OpenWriteStream(const wstring& path, ComPtr<IStream>& stream)
 {
     const HRESULT hr = SHCreateStreamOnFileEx(path.c_str(), STGM_CREATE | STGM_SHARE_EXCLUSIVE | STGM_WRITE, 0, TRUE,
@@ -381,7 +388,9 @@ HRESULT CLibraryItem::Save()
         QMCheckHRESULT(SetUnreadableSidecarAside(sidecarPath));
         m_sidecarUnreadable = false;
     }
-    if (!PathFileExistsW(sidecarPath) || LibrarySettings::DisableSafeWrite())
+    if (!PathFileExistsW(sidecarPath))
+        QMCheckHRESULT(SaveNewSidecar(document.Get(), sidecarPath));
+    else if (LibrarySettings::DisableSafeWrite())
         QMCheckHRESULT(SaveDocument(document.Get(), sidecarPath));
     else
         QMCheckHRESULT(SaveSafely(document.Get(), sidecarPath));
@@ -394,6 +403,24 @@ HRESULT CLibraryItem::SaveDocument(IXMLDOMDocument* document, const wstring& sid
     ComPtr<IStream> stream;
     QMCheckHRESULT(OpenWriteStream(sidecarPath, stream));
     return WriteToStream(document, stream.Get(), sidecarPath);
+}
+
+// A sidecar made by this save. It is made exclusively: one that another process made since
+// it was looked for is replaced whole by the safe route, never cut short in place. The new
+// name lasts through a crash only once the folder is synced.
+HRESULT CLibraryItem::SaveNewSidecar(IXMLDOMDocument* document, const wstring& sidecarPath)
+{
+    const HRESULT hr = qm::FileSystem().CreateExclusive(sidecarPath);
+    if (hr == HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) || hr == HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS))
+        return SaveSafely(document, sidecarPath);
+    if (FAILED(hr))
+    {
+        QMLog(1, u"Error when create stream on file '%s', 0x%08x", sidecarPath.c_str(), Code(hr));
+        return hr;
+    }
+    QMCheckHRESULT(SaveDocument(document, sidecarPath));
+    QMCheckHRESULT(SyncFolderOf(sidecarPath));
+    return S_OK;
 }
 
 HRESULT CLibraryItem::SaveSafely(IXMLDOMDocument* document, const wstring& sidecarPath)

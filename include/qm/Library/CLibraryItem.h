@@ -216,6 +216,7 @@ private:
     HRESULT LoadSidecar();
     HRESULT ConvertLegacy(IXMLDOMNode* node, const wstring& version);
     HRESULT SaveDocument(IXMLDOMDocument* document, const wstring& sidecarPath);
+    HRESULT SaveNewSidecar(IXMLDOMDocument* document, const wstring& sidecarPath);
     HRESULT SaveSafely(IXMLDOMDocument* document, const wstring& sidecarPath);
     HRESULT WriteFileNameElement();
     HRESULT ReadDuration();

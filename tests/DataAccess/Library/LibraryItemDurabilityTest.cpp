@@ -5,6 +5,11 @@
 #include "Support/FaultInjectingFileSystem.h"
 #include "qm/LibrarySettings.h"
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
 using namespace qmtest;
 using qm::FaultInjectingFileSystem;
 using Op = FaultInjectingFileSystem::Operation;
@@ -73,14 +78,66 @@ TEST_F(DurabilityTest, ASafeSaveWritesSyncsRenamesAndSyncsTheFolderInThatOrder)
     EXPECT_EQ(StepsOfSave(item.Get()), expected);
 }
 
-TEST_F(DurabilityTest, AnInPlaceSaveSyncsTheFileBeforeItReturns)
+TEST_F(DurabilityTest, ADirectSaveSyncsTheFileAndTheFolderOfANewSidecar)
 {
-    ComPtr<ILibraryItem> item = Clip("a.mp4");
     const std::u16string sidecar = m_dir.U16("a.mp4.quilclip");
-    const std::vector<std::pair<Op, std::u16string>> expected{{Op::Write, sidecar}, {Op::Fsync, sidecar}};
-    // A first save has no sidecar to replace; a later one is in place when safe writes are off.
-    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+    const std::vector<std::pair<Op, std::u16string>> created{
+        {Op::Write, sidecar}, {Op::Fsync, sidecar}, {Op::FsyncFolder, m_dir.U16()}};
+    // A first save has no sidecar to replace: the new name must last as well as its content.
+    ComPtr<ILibraryItem> item = Clip("a.mp4");
+    EXPECT_EQ(StepsOfSave(item.Get()), created);
+
+    // So also with safe writes off.
     LibrarySettings::DisableSafeWrite(true);
+    ComPtr<ILibraryItem> other = Clip("b.mp4");
+    const std::u16string otherSidecar = m_dir.U16("b.mp4.quilclip");
+    const std::vector<std::pair<Op, std::u16string>> otherCreated{
+        {Op::Write, otherSidecar}, {Op::Fsync, otherSidecar}, {Op::FsyncFolder, m_dir.U16()}};
+    EXPECT_EQ(StepsOfSave(other.Get()), otherCreated);
+
+    // In place over an existing sidecar, the folder does not change.
     ASSERT_EQ(item->put_Color(u"Color2"), S_OK);
-    EXPECT_EQ(StepsOfSave(item.Get()), expected);
+    const std::vector<std::pair<Op, std::u16string>> inPlace{{Op::Write, sidecar}, {Op::Fsync, sidecar}};
+    EXPECT_EQ(StepsOfSave(item.Get()), inPlace);
+}
+
+TEST_F(DurabilityTest, ASidecarMadeElsewhereAfterTheLookIsReplacedWholeNotCutShort)
+{
+    for (const bool safeWriteDisabled : {false, true})
+    {
+        SCOPED_TRACE(safeWriteDisabled ? "safe writes off" : "safe writes on");
+        LibrarySettings::DisableSafeWrite(safeWriteDisabled);
+        const std::string name = safeWriteDisabled ? "b.mp4" : "a.mp4";
+        ComPtr<ILibraryItem> item = Clip(name);
+        ASSERT_EQ(item->put_Color(u"Color2"), S_OK);
+        const std::string sidecar = Sidecar(name);
+        const std::string theirs = "<LIBRARY_ITEM>another writer's complete file</LIBRARY_ITEM>";
+
+        // Another process makes the sidecar between the look for it and its creation here;
+        // it still reads its file through the handle it wrote it with.
+        std::ifstream reader;
+        FaultInjectingFileSystem faults(qm::FileSystem());
+        bool made = false;
+        const auto makeTheirs = [&] {
+            if (!std::exchange(made, true))
+            {
+                WriteFile(sidecar, theirs);
+                reader.open(sidecar, std::ios::binary);
+            }
+        };
+        // Whichever call on the sidecar comes first after the look.
+        faults.Before(Op::CreateExclusive, makeTheirs);
+        faults.Before(Op::OpenExclusiveWrite, makeTheirs);
+        {
+            qm::ScopedFileSystem scoped(faults);
+            EXPECT_EQ(item->Save(), S_OK);
+        }
+
+        // Its file was replaced by a rename, not truncated and written over in place.
+        ASSERT_TRUE(reader.is_open());
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), std::istreambuf_iterator<char>()), theirs);
+        EXPECT_NE(ReadFile(sidecar).find("Color2"), std::string::npos);
+        EXPECT_FALSE(std::filesystem::exists(sidecar + ".temp"));
+        EXPECT_FALSE(std::filesystem::exists(sidecar + ".backup"));
+    }
 }
