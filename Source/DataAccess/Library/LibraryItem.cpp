@@ -7,6 +7,7 @@
 #include "DataAccess/Library/XMLLibraryParser.h"
 #include "DataAccess/Library/XmlNodeAccess.h"
 #include "Logging/QMLog.h"
+#include "Runtime/Guarded.h"
 #include "Platform/Kernel/FileApi.h"
 #include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
@@ -326,6 +327,11 @@ HRESULT CLibraryItem::ResetMetadata()
 }
 
 HRESULT CLibraryItem::CopyTo(LPCWSTR path, ILibraryItem** ppLibraryItem)
+{
+    return qm::Guarded([&] { return CopyToUnguarded(path, ppLibraryItem); });
+}
+
+HRESULT CLibraryItem::CopyToUnguarded(LPCWSTR path, ILibraryItem** ppLibraryItem)
 {
     QMCheckCondition(ppLibraryItem != 0, E_POINTER);
     const bool wasPending = m_loadPending;

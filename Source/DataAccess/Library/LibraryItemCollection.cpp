@@ -1,6 +1,7 @@
 #include "DataAccess/Library/LibraryItemCollection.h"
 
 #include "Logging/QMLog.h"
+#include "Runtime/Guarded.h"
 
 #include <algorithm>
 #include <limits>
@@ -90,19 +91,10 @@ HRESULT CLibraryItemCollection::Reserve(size_t extra)
     const size_t needed = m_items.size() + extra;
     if (needed <= m_items.capacity())
         return S_OK;
-    try
-    {
+    return qm::Guarded([&] {
         m_items.reserve(std::max(needed, 2 * m_items.capacity()));
-    }
-    catch (const std::bad_alloc&)
-    {
-        return E_OUTOFMEMORY;
-    }
-    catch (const std::length_error&)
-    {
-        return E_OUTOFMEMORY;
-    }
-    return S_OK;
+        return S_OK;
+    });
 }
 
 HRESULT CLibraryItemCollection::Append(std::span<ILibraryItem* const> items)

@@ -9,6 +9,7 @@
 #include "DataAccess/Library/ValueList.h"
 #include "DataAccess/Library/XMLLibraryParser.h"
 #include "Logging/QMLog.h"
+#include "Runtime/Guarded.h"
 #include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
 #include "qm/LibrarySettings.h"
@@ -141,6 +142,11 @@ HRESULT CLibraryItemFactory::RefreshCachedItem(const wstring& path, bool load, I
 
 HRESULT CLibraryItemFactory::GetLibraryItemEx(LPCWSTR pathText, bool load, ILibraryItem** ppLibraryItem)
 {
+    return qm::Guarded([&] { return GetLibraryItemExUnguarded(pathText, load, ppLibraryItem); });
+}
+
+HRESULT CLibraryItemFactory::GetLibraryItemExUnguarded(LPCWSTR pathText, bool load, ILibraryItem** ppLibraryItem)
+{
     QMCheckCondition(ppLibraryItem != 0, E_POINTER);
     *ppLibraryItem = nullptr;
     const wstring path = pathText ? wstring(pathText) : wstring();
@@ -166,6 +172,11 @@ HRESULT CLibraryItemFactory::GetLibraryItemEx(LPCWSTR pathText, bool load, ILibr
 
 HRESULT CLibraryItemFactory::GetLibraryItemFromNode(IXMLDOMNode* node, ILibraryItem** pp)
 {
+    return qm::Guarded([&] { return GetLibraryItemFromNodeUnguarded(node, pp); });
+}
+
+HRESULT CLibraryItemFactory::GetLibraryItemFromNodeUnguarded(IXMLDOMNode* node, ILibraryItem** pp)
+{
     QMCheckCondition(node != nullptr, E_INVALIDARG);
     QMCheckCondition(pp != nullptr, E_POINTER);
     *pp = nullptr;
@@ -189,6 +200,11 @@ std::int32_t CLibraryItemFactory::GetItemKindOfExtension(LPCWSTR extension)
 HRESULT CLibraryItemFactory::GetLibraryItemFromShellItem(IShellItem* psiItem, ILibraryItem** ppLibraryItem,
                                                          std::int32_t kind)
 {
+    return qm::Guarded([&] { return GetLibraryItemFromShellItemUnguarded(psiItem, ppLibraryItem, kind); });
+}
+
+HRESULT CLibraryItemFactory::GetLibraryItemFromShellItemUnguarded(IShellItem* psiItem, ILibraryItem** ppLibraryItem, std::int32_t kind)
+{
     QMCheckCondition(psiItem != nullptr, E_INVALIDARG);
     QMCheckCondition(ppLibraryItem != nullptr, E_POINTER);
     *ppLibraryItem = nullptr;
@@ -201,6 +217,11 @@ HRESULT CLibraryItemFactory::GetLibraryItemFromShellItem(IShellItem* psiItem, IL
 
 HRESULT CLibraryItemFactory::GetItemsFromShellItems(IShellItemArray* items, ILibraryItemCollection** pp,
                                                     std::int32_t kind)
+{
+    return qm::Guarded([&] { return GetItemsFromShellItemsUnguarded(items, pp, kind); });
+}
+
+HRESULT CLibraryItemFactory::GetItemsFromShellItemsUnguarded(IShellItemArray* items, ILibraryItemCollection** pp, std::int32_t kind)
 {
     QMCheckCondition(pp != nullptr, E_POINTER);
     *pp = nullptr;
@@ -316,6 +337,11 @@ HRESULT CLibraryItemFactory::RemoveItemFromSourceCache(ILibraryItem*) { return E
 HRESULT CLibraryItemFactory::RemoveItemsFromSourceCache(const std::vector<ILibraryItem*>&) { return E_NOTIMPL; }
 
 HRESULT CLibraryItemFactory::GetIndexFilePath(LPCWSTR mediaPath, WCHAR* dst, size_t size)
+{
+    return qm::Guarded([&] { return GetIndexFilePathUnguarded(mediaPath, dst, size); });
+}
+
+HRESULT CLibraryItemFactory::GetIndexFilePathUnguarded(LPCWSTR mediaPath, WCHAR* dst, size_t size)
 {
     QMCheckCondition(mediaPath != nullptr, E_INVALIDARG);
     QMCheckCondition(dst != nullptr, E_POINTER);

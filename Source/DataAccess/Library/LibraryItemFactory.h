@@ -83,6 +83,12 @@ public:
     HRESULT ResumeTimer() override { return S_OK; }
 
 private:
+    HRESULT GetLibraryItemExUnguarded(LPCWSTR pathText, bool load, ILibraryItem** ppLibraryItem);
+    HRESULT GetLibraryItemFromNodeUnguarded(IXMLDOMNode* node, ILibraryItem** pp);
+    HRESULT GetLibraryItemFromShellItemUnguarded(IShellItem* psiItem, ILibraryItem** ppLibraryItem, std::int32_t kind);
+    HRESULT GetItemsFromShellItemsUnguarded(IShellItemArray* items, ILibraryItemCollection** pp, std::int32_t kind);
+    HRESULT GetIndexFilePathUnguarded(LPCWSTR mediaPath, WCHAR* dst, size_t size);
+    HRESULT RenameItemUnguarded(ILibraryItem* pLibraryItem, LPCWSTR newName);
     struct CacheEntry
     {
         wstring path;

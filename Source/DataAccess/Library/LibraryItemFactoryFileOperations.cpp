@@ -5,6 +5,7 @@
 #include "DataAccess/Library/ShellItemAccess.h"
 #include "DataAccess/Library/SourceCache.h"
 #include "Logging/QMLog.h"
+#include "Runtime/Guarded.h"
 #include "Platform/Kernel/FileSystem.h"
 #include "Platform/Kernel/Path.h"
 #include "qm/Platform/Text/CaseFolding.h"
@@ -196,6 +197,11 @@ HRESULT CLibraryItemFactory::PostDeleteItem(DWORD, IShellItem* item, HRESULT res
 }
 
 HRESULT CLibraryItemFactory::RenameItem(ILibraryItem* pLibraryItem, LPCWSTR newName)
+{
+    return qm::Guarded([&] { return RenameItemUnguarded(pLibraryItem, newName); });
+}
+
+HRESULT CLibraryItemFactory::RenameItemUnguarded(ILibraryItem* pLibraryItem, LPCWSTR newName)
 {
     QMCheckCondition(pLibraryItem, E_INVALIDARG);
     QMCheckCondition(newName && IsPlainName(newName), E_INVALIDARG);

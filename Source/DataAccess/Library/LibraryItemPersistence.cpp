@@ -8,6 +8,7 @@
 #include "DataAccess/Library/XMLLibraryParser.h"
 #include "DataAccess/Library/XmlNodeAccess.h"
 #include "Logging/QMLog.h"
+#include "Runtime/Guarded.h"
 #include "Platform/Kernel/Clock.h"
 #include "Platform/Kernel/FileApi.h"
 #include "Platform/Kernel/FileSystem.h"
@@ -353,6 +354,11 @@ bool CLibraryItem::IsDirty()
 
 HRESULT CLibraryItem::Save()
 {
+    return qm::Guarded([&] { return SaveUnguarded(); });
+}
+
+HRESULT CLibraryItem::SaveUnguarded()
+{
     // Changes made while the XML was unloaded are written into the file's content.
     if (m_loadPending && IsDirty())
         QMCheckHRESULT(EnsureLoaded());
@@ -441,6 +447,11 @@ HRESULT CLibraryItem::SaveSafely(IXMLDOMDocument* document, const wstring& sidec
 }
 
 HRESULT CLibraryItem::Unload()
+{
+    return qm::Guarded([&] { return UnloadUnguarded(); });
+}
+
+HRESULT CLibraryItem::UnloadUnguarded()
 {
     QMCheckCondition(m_isAttachedToFile, E_UNEXPECTED);
     std::vector<ComPtr<IMDExtension>> extensions = std::move(m_extensions);

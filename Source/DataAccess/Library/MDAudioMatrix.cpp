@@ -2,6 +2,7 @@
 
 #include "DataAccess/Library/XmlNodeAccess.h"
 #include "Logging/QMLog.h"
+#include "Runtime/Guarded.h"
 
 #include <algorithm>
 #include <array>
@@ -42,19 +43,15 @@ void CMDAudioMatrix::put_OutputCount(std::uint64_t count)
         return;
     if (!QMReportCondition(count <= kMaxOutputs))
         return;
-    try
-    {
+    QMLogHRESULT(qm::Guarded([&] {
         // A new count starts over, also when it grows: the identity, channel i to output i.
         std::vector<Output> outputs(count);
         for (std::uint64_t i = 0; i < count; ++i)
             outputs[i].emplace(static_cast<std::uint32_t>(i), 1.0f);
         m_outputs.swap(outputs);
         m_dirty = true;
-    }
-    catch (const std::bad_alloc&)
-    {
-        QMLogHRESULT(E_OUTOFMEMORY);
-    }
+        return S_OK;
+    }));
 }
 
 float CMDAudioMatrix::GetGain(std::uint32_t channel, std::uint64_t output)
@@ -71,18 +68,15 @@ void CMDAudioMatrix::SetGain(std::uint32_t channel, std::uint64_t output, float 
         return;
     if (!QMReportCondition(channel < kMaxChannels))
         return;
-    try
-    {
+    QMLogHRESULT(qm::Guarded([&] {
         float& entry = m_outputs[output].try_emplace(channel, 0.0f).first->second;
-        if (entry == gain)
-            return;
-        entry = gain;
-        m_dirty = true;
-    }
-    catch (const std::bad_alloc&)
-    {
-        QMLogHRESULT(E_OUTOFMEMORY);
-    }
+        if (entry != gain)
+        {
+            entry = gain;
+            m_dirty = true;
+        }
+        return S_OK;
+    }));
 }
 
 std::vector<std::vector<float>> CMDAudioMatrix::GetMatrix()
@@ -179,8 +173,7 @@ HRESULT CMDAudioMatrix::Load(IXMLDOMNode* parentNode, ILibraryItem*)
     m_dirty = false;
     NodeList nodes;
     QMCheckHRESULT(SelectNodes(parentNode, kOutputsQuery, nodes));
-    try
-    {
+    const HRESULT hr = qm::Guarded([&] {
         m_outputs.reserve(nodes.size());
         for (const auto& node : nodes)
         {
@@ -188,12 +181,11 @@ HRESULT CMDAudioMatrix::Load(IXMLDOMNode* parentNode, ILibraryItem*)
             QMCheckHRESULT(ReadOutput(node.Get(), output));
             m_outputs.push_back(std::move(output));
         }
-    }
-    catch (const std::bad_alloc&)
-    {
+        return S_OK;
+    });
+    if (hr == E_OUTOFMEMORY)
         m_outputs.clear();
-        QMCheckHRESULT(E_OUTOFMEMORY);
-    }
+    QMCheckHRESULT(hr);
     return S_OK;
 }
 

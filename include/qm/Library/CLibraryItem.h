@@ -218,6 +218,9 @@ private:
     HRESULT SaveDocument(IXMLDOMDocument* document, const wstring& sidecarPath);
     HRESULT SaveNewSidecar(IXMLDOMDocument* document, const wstring& sidecarPath);
     HRESULT SaveSafely(IXMLDOMDocument* document, const wstring& sidecarPath);
+    HRESULT SaveUnguarded();
+    HRESULT UnloadUnguarded();
+    HRESULT CopyToUnguarded(LPCWSTR path, ILibraryItem** ppLibraryItem);
     HRESULT WriteFileNameElement();
     HRESULT ReadDuration();
     HRESULT ReadAttributes();

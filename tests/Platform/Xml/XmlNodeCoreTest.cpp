@@ -3,7 +3,7 @@
 #include "Platform/Xml/XmlNodeCore.h"
 
 #include "Platform/Xml/XmlTestSupport.h"
-#include "Platform/Xml/FailingAllocator.h"
+#include "Support/FailingAllocator.h"
 
 #include <thread>
 

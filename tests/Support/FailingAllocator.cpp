@@ -1,4 +1,4 @@
-#include "Platform/Xml/FailingAllocator.h"
+#include "Support/FailingAllocator.h"
 
 #include <cstdlib>
 #include <new>
