@@ -2,6 +2,7 @@
 #pragma once
 
 #include "qm/Library/CLibraryItem.h"
+#include "qm/Library/CategoryManager.h"
 #include "qm/Library/Culture.h"
 #include "qm/Library/Document.h"
 #include "qm/Library/Keyword.h"
@@ -9,6 +10,7 @@
 #include "qm/Library/LibraryItem.h"
 #include "qm/Library/LibraryItemCollection.h"
 #include "qm/Library/LibraryItemFactory.h"
+#include "qm/Library/LibraryItemQuery.h"
 #include "qm/Library/MediaEngine.h"
 #include "qm/Library/MetadataExtensions.h"
 #include "qm/Library/Repository.h"

@@ -2,6 +2,12 @@
 
 #include "Platform/Kernel/FileSystem.h"
 
+#include "qm/Platform/Text/Utf8Conversion.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <vector>
 
 namespace
@@ -234,5 +240,38 @@ wstring PathFromFile(wstring_view path)
             if (c == u'\\')
                 c = u'/';
     return result;
+}
+
+wstring AbsoluteNormalPath(wstring_view path)
+{
+    if (path.empty())
+        return wstring();
+    if (!PathIsRelativeW(path))
+        return IsWindowsAbsolutePath(path) ? wstring(path) : Normalize(path);
+    std::string folder(256, '\0');
+    while (::getcwd(folder.data(), folder.size()) == nullptr)
+    {
+        if (errno != ERANGE)
+            return Normalize(wstring(u"/") + wstring(path));
+        folder.resize(folder.size() * 2);
+    }
+    folder.resize(std::char_traits<char>::length(folder.c_str()));
+    wstring base;
+    if (FAILED(ToUtf16(folder, base)))
+        base = u"/";
+    return PathCombineW(base, path);
+}
+
+bool PathLiesInside(wstring_view path, wstring_view folder)
+{
+    if (path.empty() || folder.empty())
+        return false;
+    const wstring normalPath = AbsoluteNormalPath(path);
+    const wstring normalFolder = AbsoluteNormalPath(folder);
+    const std::vector<wstring_view> pathParts = Parts(normalPath);
+    const std::vector<wstring_view> folderParts = Parts(normalFolder);
+    if (folderParts.size() > pathParts.size() || IsWindowsAbsolutePath(normalPath) != IsWindowsAbsolutePath(normalFolder))
+        return false;
+    return std::equal(folderParts.begin(), folderParts.end(), pathParts.begin());
 }
 } // namespace qm

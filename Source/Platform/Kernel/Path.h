@@ -43,4 +43,10 @@ namespace qm
 // slashes; a Windows absolute path and a path in POSIX form are kept as they stand.
 wstring PathFromFile(wstring_view path);
 bool IsWindowsAbsolutePath(wstring_view path) noexcept;
+// The path made absolute against the working folder, with ".", ".." and doubled "/"
+// folded; empty for an empty path.
+wstring AbsoluteNormalPath(wstring_view path);
+// path is folder or lies under it: the components of both, made absolute and normal,
+// compared exactly. "/a/bc" does not lie inside "/a/b".
+bool PathLiesInside(wstring_view path, wstring_view folder);
 } // namespace qm

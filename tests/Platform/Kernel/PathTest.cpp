@@ -116,3 +116,24 @@ TEST(Path, BackslashIsPartOfANameUnlessReadFromAFile)
     EXPECT_EQ(u"./a\\b.mp4", qm::PathFromFile(u"./a\\b.mp4"));
     EXPECT_EQ(u"/media/a\\b.mp4", qm::PathFromFile(u"/media/a\\b.mp4"));
 }
+
+TEST(PathLiesInside, ComparesWholeComponentsOfNormalPaths)
+{
+    EXPECT_TRUE(qm::PathLiesInside(u"/a/b", u"/a/b"));
+    EXPECT_TRUE(qm::PathLiesInside(u"/a/b/c.mp4", u"/a/b"));
+    EXPECT_TRUE(qm::PathLiesInside(u"/a//b/./c", u"/a/b/"));
+    EXPECT_TRUE(qm::PathLiesInside(u"/a/x/../b/c", u"/a/b"));
+    EXPECT_FALSE(qm::PathLiesInside(u"/a/bc", u"/a/b"));
+    EXPECT_FALSE(qm::PathLiesInside(u"/a", u"/a/b"));
+    EXPECT_FALSE(qm::PathLiesInside(u"/A/b", u"/a"));
+    EXPECT_FALSE(qm::PathLiesInside(u"", u"/a"));
+    EXPECT_TRUE(qm::PathLiesInside(u"/anything", u"/"));
+}
+
+TEST(PathLiesInside, MakesRelativePathsAbsoluteAgainstTheWorkingFolder)
+{
+    const wstring here = qm::AbsoluteNormalPath(u".");
+    EXPECT_FALSE(PathIsRelativeW(here));
+    EXPECT_TRUE(qm::PathLiesInside(u"sub/file", here));
+    EXPECT_TRUE(qm::PathLiesInside(here + u"/x", u"."));
+}
