@@ -3,6 +3,8 @@
 #include "DataAccess/Library/DeviceTrack.h"
 #include "DataAccess/Library/ItemKinds.h"
 #include "DataAccess/Library/LibraryItemCollection.h"
+#include "DataAccess/Library/LibraryItemQuery.h"
+#include "DataAccess/Library/LibraryRepository.h"
 #include "DataAccess/Library/MDExtensionFactory.h"
 #include "DataAccess/Library/ShellItemAccess.h"
 #include "DataAccess/Library/SourceCache.h"
@@ -364,8 +366,16 @@ HRESULT CLibraryItemFactory::GetIndexFilePathUnguarded(LPCWSTR mediaPath, WCHAR*
 
 // What later parts of the library make
 
-HRESULT CLibraryItemFactory::CreateRepository(ILibraryRepository**) { return E_NOTIMPL; }
-HRESULT CLibraryItemFactory::CreateQuery(ILibraryItemQuery**) { return E_NOTIMPL; }
+HRESULT CLibraryItemFactory::CreateRepository(ILibraryRepository** pp)
+{
+    QMCheckCondition(pp != nullptr, E_POINTER);
+    return qm::CreateObject<CLibraryRepository>(pp, static_cast<ILibraryItemFactory*>(this));
+}
+HRESULT CLibraryItemFactory::CreateQuery(ILibraryItemQuery** pp)
+{
+    QMCheckCondition(pp != nullptr, E_POINTER);
+    return qm::CreateObject<CLibraryItemQuery>(pp);
+}
 HRESULT CLibraryItemFactory::CreateDocumentObject(LPCWSTR, IDocument**) { return E_NOTIMPL; }
 HRESULT CLibraryItemFactory::GetDocument(ILibraryItem*, IDocument**) { return E_NOTIMPL; }
 HRESULT CLibraryItemFactory::GetDocumentFromShellItem(IShellItem*, IDocument**) { return E_NOTIMPL; }

@@ -2,6 +2,7 @@
 
 #include "Platform/Com/LastError.h"
 #include "Platform/Kernel/FileSystem.h"
+#include "Platform/Kernel/KnownFolders.h"
 #include "Platform/Kernel/Path.h"
 #include "Platform/Text/Format.h"
 #include "qm/Platform/Text/Utf8Conversion.h"
@@ -15,15 +16,6 @@ namespace qm
 {
 namespace
 {
-wstring Environment(const char* name)
-{
-    const char* value = std::getenv(name);
-    wstring text;
-    if (value && *value)
-        FromNativePath(value, text);
-    return text;
-}
-
 // $XDG_DATA_HOME/Trash, read at the time of the call; ~/.local/share/Trash without it.
 wstring HomeTrash()
 {

@@ -71,6 +71,13 @@ wstring MapEach(wstring_view text, Map map)
 
 wstring FoldCase(wstring_view text) { return MapEach(text, Fold); }
 
+void FoldCaseInto(wstring_view text, wstring& out)
+{
+    out.clear();
+    for (CodePoints points(text); !points.AtEnd();)
+        Append(out, Fold(points.Next()));
+}
+
 int CompareNoCase(wstring_view a, wstring_view b) noexcept
 {
     CodePoints left(a), right(b);

@@ -8,6 +8,8 @@
 namespace qm
 {
 QM_API wstring FoldCase(wstring_view text);
+// The same into out, whose storage is reused: for loops that fold many texts.
+QM_API void FoldCaseInto(wstring_view text, wstring& out);
 // <0, 0, >0 as the folded texts compare.
 QM_API int CompareNoCase(wstring_view a, wstring_view b) noexcept;
 inline bool EqualsNoCase(wstring_view a, wstring_view b) noexcept

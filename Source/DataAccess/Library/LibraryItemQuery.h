@@ -1,0 +1,47 @@
+// The query: keyword criteria and a free text, matched against one clip at a time.
+#pragma once
+
+#include "qm/Library/LibraryItemQuery.h"
+#include "qm/Platform/Com/ObjectRoot.h"
+#include "qm/Platform/Text/CaseFolding.h"
+
+#include <map>
+#include <set>
+
+namespace Quillmar::Library::Native
+{
+class CLibraryItemQuery final : public Standard::CComObjectRootEx<Standard::CComMultiThreadModel>,
+                                public ILibraryItemQuery,
+                                public Standard::AllocatedResource<CLibraryItemQuery>
+{
+public:
+    QM_IUNKNOWN_IMPL(CLibraryItemQuery, ILibraryItemQuery)
+
+    bool Match(ILibraryItem* pLibraryItem) override;
+    void Clear() override;
+    wstring get_SearchText() override { return m_searchText; }
+    void put_SearchText(const wstring& text) override;
+    void AddKeyword(const Keyword& keyword) override;
+    bool RemoveKeyword(const Keyword& keyword) override;
+    void RemoveCategory(const wstring& category) override;
+    bool HasKeyword(const Keyword& keyword) override;
+    bool HasCategory(const wstring& category) override;
+    HRESULT Clone(ILibraryItemQuery** ppQuery) override;
+    bool RenameCategory(const wstring& oldCategory, const wstring& newCategory) override;
+    HRESULT PruneAgainstCategories(ICategoryManager* pManager) override;
+
+private:
+    using Values = std::set<wstring, qm::NoCaseLess>;
+    using Criteria = std::map<wstring, Values, qm::NoCaseLess>;
+
+    bool MatchesCriteria(const std::vector<Keyword>& keywords) const;
+    bool MatchesText(ILibraryItem* item, const std::vector<Keyword>& keywords) const;
+    // The text, folded into a reused buffer, holds the folded search text.
+    bool Contains(wstring_view text) const;
+
+    wstring m_searchText;
+    wstring m_searchTextFolded;
+    Criteria m_criteria;
+    mutable wstring m_foldBuffer;
+};
+} // namespace Quillmar::Library::Native
