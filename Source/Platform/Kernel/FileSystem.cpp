@@ -2,6 +2,7 @@
 
 #include "Platform/Com/LastError.h"
 #include "Platform/Kernel/LinuxFileSystem.h"
+#include "Platform/Kernel/SideFilePath.h"
 #include "qm/Platform/Text/Utf8Conversion.h"
 
 #include <atomic>
@@ -141,5 +142,37 @@ HRESULT ReplaceFileWithBackup(wstring_view replaced, wstring_view replacement, w
     if (FAILED(hr))
         return Contended(hr);
     return fileSystem.FsyncFolder(FolderOf(replaced));
+}
+
+HRESULT WriteWholeFile(wstring_view path, std::string_view bytes)
+{
+    IFileSystem& fileSystem = FileSystem();
+    const wstring temporary = SideFilePath(path, u".temp");
+    FileHandle file;
+    HRESULT hr = fileSystem.OpenExclusiveWrite(temporary, file);
+    if (FAILED(hr))
+        return hr;
+    hr = fileSystem.Write(file, bytes.data(), bytes.size());
+    if (SUCCEEDED(hr))
+        hr = fileSystem.Fsync(file);
+    if (SUCCEEDED(hr))
+    {
+        FileAttributes present;
+        const HRESULT exists = fileSystem.GetAttributes(path, present, true);
+        if (SUCCEEDED(exists))
+            hr = ReplaceFileWithBackup(path, temporary, u"");
+        else if (exists == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) || exists == HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND))
+        {
+            hr = fileSystem.RenameReplacing(temporary, path);
+            if (SUCCEEDED(hr))
+                hr = fileSystem.FsyncFolder(FolderOf(path));
+        }
+        else
+            hr = exists;
+    }
+    const HRESULT closed = fileSystem.Close(file);
+    if (FAILED(hr))
+        fileSystem.DeleteFile(temporary);
+    return FAILED(hr) ? hr : closed;
 }
 } // namespace qm

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qm
@@ -156,6 +157,11 @@ private:
 // a backup name taken meanwhile, tells of another process replacing the same file: that
 // gives the sharing violation.
 HRESULT ReplaceFileWithBackup(wstring_view replaced, wstring_view replacement, wstring_view backup);
+
+// Writes a whole file by a temporary file beside it that then replaces it: the file is
+// the old or the new one at every instant, and durable when this returns. The temporary
+// file goes again on failure.
+HRESULT WriteWholeFile(wstring_view path, std::string_view bytes);
 
 // The one place where paths change form: 16-bit text to UTF-8 bytes and back.
 HRESULT ToNativePath(wstring_view path, std::string& native);
