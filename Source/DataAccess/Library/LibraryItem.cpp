@@ -54,6 +54,16 @@ HRESULT CLibraryItem::Create(bool attached, std::int32_t kind, ComPtr<CLibraryIt
     return S_OK;
 }
 
+HRESULT CLibraryItem::CreateLoaded(const wstring& mediaPath, ComPtr<CLibraryItem>& item)
+{
+    ComPtr<CLibraryItem> made;
+    QMCheckHRESULT(Allocate(true, ItemKindUnknown, made));
+    QMCheckHRESULT(made->put_MediaPath(mediaPath, false));
+    QMCheckHRESULT(made->EnsureLoaded());
+    item = std::move(made);
+    return S_OK;
+}
+
 HRESULT CLibraryItem::Allocate(bool attached, std::int32_t kind, ComPtr<CLibraryItem>& item)
 {
     CLibraryItem* instance = new (std::nothrow) CLibraryItem(attached, kind);

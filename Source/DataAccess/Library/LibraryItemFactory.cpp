@@ -109,9 +109,7 @@ HRESULT CLibraryItemFactory::GetLibraryItem(LPCWSTR path, ILibraryItem** pp) { r
 HRESULT CLibraryItemFactory::LoadNewItem(const wstring& path, bool load, ComPtr<ILibraryItem>& result)
 {
     ComPtr<CLibraryItem> item;
-    QMCheckHRESULT(CLibraryItem::Create(true, ItemKindUnknown, item));
-    QMCheckHRESULT(item->put_MediaPath(path, false));
-    QMCheckHRESULT(item->EnsureLoaded());
+    QMCheckHRESULT(CLibraryItem::CreateLoaded(path, item));
     if (!load)
         QMCheckHRESULT(item->UnloadNode());
     result = static_cast<ILibraryItem*>(item.Get());

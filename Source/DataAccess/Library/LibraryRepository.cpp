@@ -188,8 +188,15 @@ void CLibraryRepository::SetDirectories(std::vector<wstring>&& directories)
     QMLogHRESULT(qm::Guarded([&] { return SetDirectoriesUnguarded(std::move(directories)); }));
 }
 
-HRESULT CLibraryRepository::SetDirectoriesUnguarded(std::vector<wstring>&& directories)
+HRESULT CLibraryRepository::SetDirectoriesUnguarded(std::vector<wstring>&& given)
 {
+    // Folders are kept in their normal form, so that a parent is always shorter than
+    // what lies under it and one folder has one spelling.
+    std::vector<wstring> directories;
+    directories.reserve(given.size());
+    for (const wstring& entry : given)
+        if (!PathIsRelativeW(entry))
+            directories.push_back(qm::AbsoluteNormalPath(entry));
     const bool same = directories.size() == m_directories.size() &&
                       std::all_of(directories.begin(), directories.end(), [&](const wstring& entry) {
                           return std::find(m_directories.begin(), m_directories.end(), entry) != m_directories.end();
@@ -201,7 +208,7 @@ HRESULT CLibraryRepository::SetDirectoriesUnguarded(std::vector<wstring>&& direc
     for (wstring& entry : directories)
     {
         const bool inside = std::any_of(accepted.begin(), accepted.end(), [&](const wstring& a) { return qm::PathLiesInside(entry, a); });
-        if (!PathIsRelativeW(entry) && !inside)
+        if (!inside)
             accepted.push_back(std::move(entry));
     }
     std::sort(accepted.begin(), accepted.end());

@@ -437,8 +437,7 @@ HRESULT LinuxFileSystem::OpenRead(wstring_view path, FileHandle& file)
         return Failure(EISDIR);
     if (!S_ISREG(info.st_mode))
         return NotARegularFile();
-    if (HRESULT hr = ClearNonBlocking(opened.Descriptor()); FAILED(hr))
-        return hr;
+    // The flag stays: reads of a regular file never wait, so it changes nothing there.
     file = std::move(opened);
     return S_OK;
 }

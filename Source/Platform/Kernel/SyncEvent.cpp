@@ -31,6 +31,9 @@ bool WaitFor(std::unique_lock<std::mutex>& guard, DWORD milliseconds, Ready read
         Changed().wait(guard, ready);
         return true;
     }
+    // A poll: no trip through the kernel's timed wait, which costs a switch.
+    if (milliseconds == 0)
+        return ready();
     return Changed().wait_for(guard, std::chrono::milliseconds(milliseconds), ready);
 }
 } // namespace

@@ -12,6 +12,7 @@
 #include "qm/Platform/Com/Stream.h"
 #include "qm/Platform/Text/Utf8Conversion.h"
 
+#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -20,6 +21,7 @@ namespace qm::xml
 namespace
 {
 constexpr ULONG kIoChunk = 64 * 1024;
+constexpr ULONG kFirstIoChunk = 4 * 1024;
 
 // Hands a new node to an out-parameter of its interface type, with one reference.
 template <class Interface>
@@ -294,16 +296,18 @@ HRESULT XmlDocument::load(VARIANT source, VARIANT_BOOL* isSuccessful)
     return Parse(
         [&](XmlParser& parser) -> HRESULT {
             // The whole document first: the parser reads it fastest in one piece.
+            // Chunks grow with the document, so that a small one costs a small buffer.
             std::string bytes;
             for (;;)
             {
                 const std::size_t done = bytes.size();
-                bytes.resize(done + kIoChunk);
+                const ULONG chunk = static_cast<ULONG>(std::clamp<std::size_t>(done, kFirstIoChunk, kIoChunk));
+                bytes.resize(done + chunk);
                 ULONG got = 0;
-                HRESULT hr = stream->Read(bytes.data() + done, kIoChunk, &got);
+                HRESULT hr = stream->Read(bytes.data() + done, chunk, &got);
                 if (FAILED(hr))
                     return hr;
-                bytes.resize(done + std::min<std::size_t>(got, kIoChunk));
+                bytes.resize(done + std::min<std::size_t>(got, chunk));
                 if (got == 0)
                     return parser.Parse(bytes.data(), bytes.size()) ? S_OK : S_FALSE;
             }

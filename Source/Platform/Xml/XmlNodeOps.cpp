@@ -11,6 +11,7 @@
 #include "Platform/Xml/XPathQuery.h"
 
 #include <new>
+#include <unordered_map>
 
 namespace qm::xml::XmlNodeOps
 {
@@ -50,15 +51,37 @@ HRESULT ReferenceNode(const VARIANT& reference, XmlNodeCore*& node)
     }
 }
 
+// The compiled form of a query. The few queries a program makes are compiled once per
+// thread; the cache starts again when odd queries have filled it.
+HRESULT Compiled(wstring_view query, const XPathQuery*& compiled)
+{
+    constexpr std::size_t kMaxCachedQueries = 256;
+    thread_local std::unordered_map<wstring, XPathQuery> cache;
+    const wstring key(query);
+    if (const auto found = cache.find(key); found != cache.end())
+    {
+        compiled = &found->second;
+        return S_OK;
+    }
+    XPathQuery fresh;
+    const HRESULT hr = fresh.Compile(query);
+    if (FAILED(hr))
+        return hr;
+    if (cache.size() >= kMaxCachedQueries)
+        cache.clear();
+    compiled = &cache.emplace(key, std::move(fresh)).first->second;
+    return S_OK;
+}
+
 // The nodes a query selects from node, or its failure.
 HRESULT Evaluate(XmlNodeCore& node, BSTR query, bool firstOnly, std::vector<XmlNodeCore*>& nodes)
 {
     try
     {
-        XPathQuery compiled;
-        HRESULT hr = compiled.Compile(qm::BstrView(query));
+        const XPathQuery* compiled = nullptr;
+        HRESULT hr = Compiled(qm::BstrView(query), compiled);
         if (SUCCEEDED(hr))
-            compiled.Select(node, nodes, firstOnly);
+            compiled->Select(node, nodes, firstOnly);
         return hr;
     }
     catch (const std::bad_alloc&)

@@ -29,6 +29,9 @@ public:
 
     // A new item on a fresh node (with an ID and the extensions made on load).
     static HRESULT Create(bool attached, std::int32_t kind, ComPtr<CLibraryItem>& item);
+    // An attached item of a media file, loaded from its sidecar: no empty node is made
+    // and read first.
+    static HRESULT CreateLoaded(const wstring& mediaPath, ComPtr<CLibraryItem>& item);
     // The class behind an item of this library; null for a foreign one.
     static ComPtr<CLibraryItem> From(IUnknown* item);
 

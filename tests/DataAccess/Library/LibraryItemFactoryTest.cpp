@@ -387,8 +387,8 @@ TEST_F(FactoryTest, SmallObjectsAndValuesOfTheFactory)
     EXPECT_TRUE(FAILED(m_factory->GetIndexFilePath(u"/v/a.mpg", buffer, 8)));
     Quillmar::Library::Native::LibrarySettings::SaveMPEGIndexAsSideCarFile(false);
 
-    ComPtr<ILibraryRepository> repository;
-    EXPECT_EQ(m_factory->CreateRepository(repository.GetAddressOf()), E_NOTIMPL);
+    EXPECT_EQ(m_factory->CreateRepository(nullptr), E_POINTER);
+    EXPECT_EQ(m_factory->CreateQuery(nullptr), E_POINTER);
     EXPECT_EQ(m_factory->StopIndexing(), S_OK);
     EXPECT_EQ(m_factory->ReleaseIndexes(), S_OK);
 }
