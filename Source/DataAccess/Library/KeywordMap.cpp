@@ -31,9 +31,9 @@ void MergeValues(Values& target, const Values& source)
     });
 }
 
+// The caller reserves the room: growing per category would move every keyword again.
 void AppendKeywords(std::vector<Keyword>& keywords, const KeywordMap::Map::value_type& entry)
 {
-    keywords.reserve(keywords.size() + entry.second.size());
     entry.second.ForEach([&](const wstring& value) {
         // Keyword's own constructor and the pair's are both viable for two lvalues.
         Keyword& keyword = keywords.emplace_back();
@@ -97,6 +97,10 @@ const Values* KeywordMap::Find(wstring_view category) const
 std::vector<Keyword> KeywordMap::get_Keywords() const
 {
     std::vector<Keyword> keywords;
+    std::size_t count = 0;
+    for (const auto& entry : m_keywords)
+        count += entry.second.size();
+    keywords.reserve(count);
     for (const auto& entry : m_keywords)
         AppendKeywords(keywords, entry);
     return keywords;
@@ -116,7 +120,10 @@ std::vector<Keyword> KeywordMap::GetKeywordsOfCategory(const wstring& category) 
     std::vector<Keyword> keywords;
     const auto it = m_keywords.find(category);
     if (it != m_keywords.end())
+    {
+        keywords.reserve(it->second.size());
         AppendKeywords(keywords, *it);
+    }
     return keywords;
 }
 

@@ -3,6 +3,8 @@
 #include "qm/Platform/Text/CaseFolding.h"
 
 #include <bit>
+#include <new>
+#include <optional>
 
 namespace Quillmar::Library::Native
 {
@@ -39,7 +41,34 @@ const wstring* KeywordValues::At(std::size_t index) const noexcept
     return &m_slots[slot].text;
 }
 
-bool KeywordValues::Holds(wstring_view value) const { return m_slotOfValue.contains(qm::FoldCase(value)); }
+std::optional<std::size_t> KeywordValues::FindSlot(wstring_view value) const
+{
+    if (!m_slotOfValue.empty())
+    {
+        const auto it = m_slotOfValue.find(qm::FoldCase(value));
+        return it == m_slotOfValue.end() ? std::nullopt : std::optional<std::size_t>(it->second);
+    }
+    for (std::size_t slot = 0; slot < m_slots.size(); ++slot)
+        if (m_slots[slot].live && qm::EqualsNoCase(m_slots[slot].text, value))
+            return slot;
+    return std::nullopt;
+}
+
+void KeywordValues::BuildIndex()
+{
+    try
+    {
+        for (std::size_t slot = 0; slot < m_slots.size(); ++slot)
+            if (m_slots[slot].live)
+                m_slotOfValue.emplace(qm::FoldCase(m_slots[slot].text), slot);
+    }
+    catch (const std::bad_alloc&)
+    {
+        m_slotOfValue.clear(); // the walk serves until a later value finds the memory
+    }
+}
+
+bool KeywordValues::Holds(wstring_view value) const { return FindSlot(value).has_value(); }
 
 void KeywordValues::Kill(std::size_t slot) noexcept
 {
@@ -55,17 +84,13 @@ void KeywordValues::Append(wstring_view value)
     const std::size_t slot = m_slots.size();
     const std::size_t i = slot + 1;
     const std::size_t node = 1 + CountBefore(slot) - CountBefore(i - LowBit(i));
+    const std::optional<std::size_t> old = FindSlot(value);
     m_slots.push_back({wstring(value), true});
     try
     {
         m_tree.push_back(node);
-        const auto [it, inserted] = m_slotOfValue.try_emplace(qm::FoldCase(value), slot);
-        ++m_count;
-        if (!inserted)
-        {
-            Kill(it->second);
-            it->second = slot;
-        }
+        if (!m_slotOfValue.empty())
+            m_slotOfValue.insert_or_assign(qm::FoldCase(value), slot);
     }
     catch (...)
     {
@@ -73,16 +98,22 @@ void KeywordValues::Append(wstring_view value)
         m_tree.resize(m_slots.size());
         throw;
     }
+    ++m_count;
+    if (old)
+        Kill(*old);
+    if (m_slotOfValue.empty() && m_count >= kIndexFrom)
+        BuildIndex();
     CompactIfSparse();
 }
 
 bool KeywordValues::Remove(wstring_view value)
 {
-    const auto it = m_slotOfValue.find(qm::FoldCase(value));
-    if (it == m_slotOfValue.end())
+    const std::optional<std::size_t> slot = FindSlot(value);
+    if (!slot)
         return false;
-    Kill(it->second);
-    m_slotOfValue.erase(it);
+    if (!m_slotOfValue.empty())
+        m_slotOfValue.erase(qm::FoldCase(value));
+    Kill(*slot);
     CompactIfSparse();
     return true;
 }

@@ -1,16 +1,20 @@
 #include "DataAccess/Library/LibraryItemQuery.h"
 
 #include "Logging/QMLog.h"
+#include "qm/Library/CLibraryItem.h"
 #include "Runtime/Guarded.h"
 
 namespace Quillmar::Library::Native
 {
 namespace
 {
-bool AnyKeywordMatches(const std::vector<Keyword>& keywords, const wstring& category, const std::set<wstring, qm::NoCaseLess>& values)
+using KeywordRef = std::pair<const wstring*, const wstring*>;
+
+bool AnyKeywordMatches(const std::vector<KeywordRef>& keywords, const wstring& category,
+                       const std::set<wstring, qm::NoCaseLess>& values)
 {
-    for (const Keyword& keyword : keywords)
-        if (qm::EqualsNoCase(keyword.first, category) && (values.empty() || values.count(keyword.second) != 0))
+    for (const auto& [keywordCategory, value] : keywords)
+        if (qm::EqualsNoCase(*keywordCategory, category) && (values.empty() || values.count(*value) != 0))
             return true;
     return false;
 }
@@ -25,10 +29,10 @@ bool CLibraryItemQuery::Match(ILibraryItem* pLibraryItem)
     // A clip whose calls fail (a sidecar gone, memory short) simply does not match.
     try
     {
-        const std::vector<Keyword> keywords = pLibraryItem->get_Keywords();
-        if (!MatchesCriteria(keywords))
+        CollectKeywords(pLibraryItem);
+        if (!MatchesCriteria())
             return false;
-        return m_searchText.empty() || MatchesText(pLibraryItem, keywords);
+        return m_searchText.empty() || MatchesText(pLibraryItem);
     }
     catch (const std::exception&)
     {
@@ -36,15 +40,30 @@ bool CLibraryItemQuery::Match(ILibraryItem* pLibraryItem)
     }
 }
 
-bool CLibraryItemQuery::MatchesCriteria(const std::vector<Keyword>& keywords) const
+void CLibraryItemQuery::CollectKeywords(ILibraryItem* item) const
+{
+    m_keywords.clear();
+    m_keywordCopy.clear();
+    if (const ComPtr<CLibraryItem> clip = CLibraryItem::From(item))
+    {
+        clip->get_KeywordMap().ForEachKeyword(
+            [&](const wstring& category, const wstring& value) { m_keywords.emplace_back(&category, &value); });
+        return;
+    }
+    m_keywordCopy = item->get_Keywords();
+    for (const Keyword& keyword : m_keywordCopy)
+        m_keywords.emplace_back(&keyword.first, &keyword.second);
+}
+
+bool CLibraryItemQuery::MatchesCriteria() const
 {
     for (const auto& [category, values] : m_criteria)
-        if (!AnyKeywordMatches(keywords, category, values))
+        if (!AnyKeywordMatches(m_keywords, category, values))
             return false;
     return true;
 }
 
-bool CLibraryItemQuery::MatchesText(ILibraryItem* item, const std::vector<Keyword>& keywords) const
+bool CLibraryItemQuery::MatchesText(ILibraryItem* item) const
 {
     if (Contains(item->get_Name()))
         return true;
@@ -52,8 +71,8 @@ bool CLibraryItemQuery::MatchesText(ILibraryItem* item, const std::vector<Keywor
     if (SUCCEEDED(item->QueryInterface(IID_ILibraryItemMarker, reinterpret_cast<void**>(marker.GetAddressOf()))) &&
         (Contains(marker->get_Title()) || Contains(marker->get_Comment())))
         return true;
-    for (const Keyword& keyword : keywords)
-        if (Contains(keyword.first) || Contains(keyword.second))
+    for (const auto& [category, value] : m_keywords)
+        if (Contains(*category) || Contains(*value))
             return true;
     return false;
 }

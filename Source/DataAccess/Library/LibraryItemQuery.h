@@ -34,14 +34,22 @@ private:
     using Values = std::set<wstring, qm::NoCaseLess>;
     using Criteria = std::map<wstring, Values, qm::NoCaseLess>;
 
-    bool MatchesCriteria(const std::vector<Keyword>& keywords) const;
-    bool MatchesText(ILibraryItem* item, const std::vector<Keyword>& keywords) const;
+    using KeywordRef = std::pair<const wstring*, const wstring*>;
+
+    // The clip's keywords into m_keywords: in place for a clip of this library, else
+    // through a copy its interface gives.
+    void CollectKeywords(ILibraryItem* item) const;
+    bool MatchesCriteria() const;
+    bool MatchesText(ILibraryItem* item) const;
     // The text, folded into a reused buffer, holds the folded search text.
     bool Contains(wstring_view text) const;
 
     wstring m_searchText;
     wstring m_searchTextFolded;
     Criteria m_criteria;
+    // Reused from clip to clip, so that a match over a library allocates little.
     mutable wstring m_foldBuffer;
+    mutable std::vector<KeywordRef> m_keywords;
+    mutable std::vector<Keyword> m_keywordCopy;
 };
 } // namespace Quillmar::Library::Native

@@ -73,8 +73,13 @@ wstring FoldCase(wstring_view text) { return MapEach(text, Fold); }
 
 void FoldCaseInto(wstring_view text, wstring& out)
 {
-    out.clear();
-    for (CodePoints points(text); !points.AtEnd();)
+    // ASCII folds in place, one unit to one; the first other unit goes the long way.
+    out.resize(text.size());
+    std::size_t i = 0;
+    for (; i < text.size() && text[i] < 0x80; ++i)
+        out[i] = (text[i] >= u'A' && text[i] <= u'Z') ? static_cast<char16_t>(text[i] + 32) : text[i];
+    out.resize(i);
+    for (CodePoints points(text.substr(i)); !points.AtEnd();)
         Append(out, Fold(points.Next()));
 }
 

@@ -32,6 +32,8 @@ public:
     // An attached item of a media file, loaded from its sidecar: no empty node is made
     // and read first.
     static HRESULT CreateLoaded(const wstring& mediaPath, ComPtr<CLibraryItem>& item);
+    // The keywords as the item holds them, for readers that must not copy them.
+    const KeywordMap& get_KeywordMap() const noexcept { return m_keywords; }
     // The class behind an item of this library; null for a foreign one.
     static ComPtr<CLibraryItem> From(IUnknown* item);
 

@@ -34,6 +34,13 @@ public:
     wstring GetValueAt(const wstring& category, std::uint64_t index) const;
     wstring GetValueAtIndex(const wstring& category, std::uint64_t index) const;
     bool get_HasKeywords() const noexcept { return !m_keywords.empty(); }
+    // Each keyword as (category, value), in the order of get_Keywords, without a copy.
+    template <class Visit>
+    void ForEachKeyword(Visit visit) const
+    {
+        for (const auto& [category, values] : m_keywords)
+            values.ForEach([&](const wstring& value) { visit(category, value); });
+    }
     bool HasValues(const wstring& category) const;
     bool HasKeyword(const wstring& category, const wstring& value) const;
     bool HasCategory(const wstring& category) const;
