@@ -38,8 +38,8 @@ public:
     template <class Visit>
     void ForEachKeyword(Visit visit) const
     {
-        for (const auto& [category, values] : m_keywords)
-            values.ForEach([&](const wstring& value) { visit(category, value); });
+        for (const auto& entry : m_keywords)
+            entry.second.ForEach([&](const wstring& value) { visit(entry.first, value); });
     }
     bool HasValues(const wstring& category) const;
     bool HasKeyword(const wstring& category, const wstring& value) const;
