@@ -337,7 +337,7 @@ TEST_F(CategoryManagerTest, ImportReadsEachEncodingAndSeparatorRule)
         HRESULT expected;
         Lines vocabulary;
     };
-    const std::string utf16 = std::string("\xFF\xFE", 2) + std::string("A\0\t\0b\0\r\0\n\0\0\0C\0\t\0d\0", 22);
+    const std::string utf16 = std::string("\xFF\xFE", 2) + std::string("A\0\t\0b\0\r\0\n\0\0\0C\0\t\0d\0", 18);
     const std::vector<Case> cases = {
         {"utf-8 with a mark", "\xEF\xBB\xBF" "Team\tRed\r\n \tx\nTeam\t Blue \n", S_OK, {u"Team:Blue,Red,"}},
         {"utf-16 ends at its first NUL", utf16, S_OK, {u"A:b,"}},
